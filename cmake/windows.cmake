@@ -1,0 +1,66 @@
+# The library, the simulated scanner and the demo host, for Windows.
+enable_language(RC)
+
+add_compile_definitions(
+  UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN
+  _WIN32_WINNT=0x0601
+  # strsafe.h would otherwise poison standard functions that headers included after it use.
+  STRSAFE_NO_DEPRECATE)
+
+if(NOT MSVC)
+  set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g -DNDEBUG")
+  add_compile_options(-ffunction-sections -fdata-sections)
+  add_link_options(-static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+    add_link_options(-Wl,--high-entropy-va)
+  endif()
+  if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    # Traps instead of reporting: that needs no sanitizer runtime, which this toolchain lacks.
+    add_compile_options(-fsanitize=undefined -fsanitize-undefined-trap-on-error -D_GLIBCXX_ASSERTIONS)
+  endif()
+  set(CMAKE_RC_FLAGS "-c 65001")
+endif()
+
+# Keeps the debug information beside the program, in <file>.debug, and out of what is shipped.
+function(wsd_split_debug_information target)
+  if(MSVC OR NOT CMAKE_BUILD_TYPE STREQUAL "Release")
+    return()
+  endif()
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
+    COMMAND ${CMAKE_STRIP} $<TARGET_FILE:${target}>
+    COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>
+    VERBATIM)
+endfunction()
+
+# Everything but the exports: the library and the tests are made of it.
+file(GLOB WSD_CORE_SOURCES CONFIGURE_DEPENDS src/*/*.cpp)
+list(FILTER WSD_CORE_SOURCES EXCLUDE REGEX "src/entry/exports\\.cpp$")
+add_library(wsd_core STATIC ${WSD_CORE_SOURCES})
+target_include_directories(wsd_core PUBLIC src)
+target_link_libraries(wsd_core PUBLIC
+  advapi32 comctl32 gdi32 gdiplus ole32 oleaut32 setupapi shell32 shlwapi user32 uuid)
+
+add_library(WiaScanDialog SHARED src/entry/exports.cpp src/entry/WiaScanDialog.def res/wia_scan_dialog.rc)
+set_target_properties(WiaScanDialog PROPERTIES PREFIX "")
+target_link_libraries(WiaScanDialog PRIVATE wsd_core)
+file(GLOB_RECURSE WSD_RESOURCE_FILES CONFIGURE_DEPENDS res/*.rc res/images/*.ico res/images/*.cur)
+set_source_files_properties(res/wia_scan_dialog.rc PROPERTIES
+  OBJECT_DEPENDS "${WSD_RESOURCE_FILES};${CMAKE_SOURCE_DIR}/src/resources/resource_ids.h"
+  INCLUDE_DIRECTORIES "${CMAKE_SOURCE_DIR}/src;${CMAKE_SOURCE_DIR}/res"
+  COMPILE_DEFINITIONS "PROJECT_VERSION_MAJOR=${PROJECT_VERSION_MAJOR};PROJECT_VERSION_MINOR=${PROJECT_VERSION_MINOR};PROJECT_VERSION_PATCH=${PROJECT_VERSION_PATCH};PROJECT_VERSION_STRING=\\\"${PROJECT_VERSION}\\\"")
+wsd_split_debug_information(WiaScanDialog)
+
+file(GLOB WSD_SIMULATOR_SOURCES CONFIGURE_DEPENDS simulator/*.cpp)
+set(WSD_DEMO_SOURCES ${WSD_SIMULATOR_SOURCES})
+list(FILTER WSD_DEMO_SOURCES INCLUDE REGEX "simulator/(scan_demo|command_line|tour|device_registration)[^/]*\\.cpp$")
+list(REMOVE_ITEM WSD_SIMULATOR_SOURCES ${WSD_DEMO_SOURCES})
+add_library(wsd_simulator STATIC ${WSD_SIMULATOR_SOURCES} src/platform/wia2.cpp)
+target_include_directories(wsd_simulator PUBLIC src ${CMAKE_SOURCE_DIR})
+target_link_libraries(wsd_simulator PUBLIC gdi32 gdiplus ole32 oleaut32 shlwapi user32 uuid windowscodecs)
+
+if(WSD_DEMO_SOURCES)
+add_executable(scan_demo ${WSD_DEMO_SOURCES})
+target_link_libraries(scan_demo PRIVATE wsd_simulator advapi32 setupapi shell32)
+wsd_split_debug_information(scan_demo)
+endif()

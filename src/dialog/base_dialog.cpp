@@ -1,0 +1,273 @@
+#include "dialog/base_dialog.h"
+
+#include <commctrl.h>
+
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "platform/module_instance.h"
+#include "platform/scoped.h"
+#include "resources/lang_resource.h"
+#include "resources/resource_ids.h"
+
+namespace {
+
+// exStyle of the DLGTEMPLATEEX header (version, signature and help identifier come first).
+constexpr std::size_t TEMPLATE_EXSTYLE_OFFSET = 8;
+constexpr DWORD RIGHT_TO_LEFT_STYLES = WS_EX_LAYOUTRTL | WS_EX_RTLREADING;
+
+constexpr UINT WM_NCMOUSE_FIRST = WM_NCMOUSEMOVE;
+constexpr UINT WM_NCMOUSE_LAST = WM_NCMBUTTONDBLCLK;
+constexpr UINT USER_MESSAGES_LAST = WM_APP - 1;
+constexpr UINT APP_MESSAGES_LAST = 0xBFFF;
+
+// BeginPaint and EndPaint around a scope, whatever leaves it.
+class PaintCycle {
+ public:
+  explicit PaintCycle(HWND window) noexcept : m_window(window), m_context(BeginPaint(window, &m_paint)) {}
+  ~PaintCycle() { EndPaint(m_window, &m_paint); }
+  PaintCycle(const PaintCycle&) = delete;
+  PaintCycle& operator=(const PaintCycle&) = delete;
+
+  HDC get() const noexcept { return m_context; }
+
+ private:
+  HWND m_window;
+  PAINTSTRUCT m_paint{};
+  HDC m_context;
+};
+
+// The common control classes exist only after this call; without them the dialog cannot be created.
+void RegisterControlClasses() {
+  const INITCOMMONCONTROLSEX classes = {sizeof(classes), ICC_BAR_CLASSES | ICC_USEREX_CLASSES};
+  InitCommonControlsEx(&classes);
+}
+
+}  // namespace
+
+INT_PTR BASE_DIALOG::DoModal(DEVICEDIALOGDATA2* pDeviceDialogData) {
+  m_pDeviceDialogData = pDeviceDialogData;
+  m_hInstance = g_hInstance;
+  g_pLangResource = new LANG_RESOURCE(g_hInstance);
+  m_bRightToLeft = g_pLangResource->IsRightToLeft();
+  g_pLangResource->m_hDialogFont = g_pLangResource->GetDialogFont();
+  RegisterControlClasses();
+  return RunDialog(pDeviceDialogData->hwndParent);
+}
+
+INT_PTR BASE_DIALOG::RunDialog(HWND owner) {
+  const auto parameter = reinterpret_cast<LPARAM>(this);
+  const HRSRC found = FindResourceW(g_hInstance, MAKEINTRESOURCEW(IDD_SCAN_DIALOG), RT_DIALOG);
+  const HGLOBAL loaded = found != nullptr ? LoadResource(g_hInstance, found) : nullptr;
+  const void* resource = loaded != nullptr ? LockResource(loaded) : nullptr;
+  if (resource == nullptr) {
+    return DialogBoxParamW(g_hInstance, MAKEINTRESOURCEW(IDD_SCAN_DIALOG), owner, StaticDialogProc, parameter);
+  }
+
+  // Resources are read-only, and the extended style depends on the language: the dialog is made from a copy.
+  const DWORD size = SizeofResource(g_hInstance, found);
+  const platform::GlobalBlock copy(GlobalAlloc(GPTR, size));
+  if (copy == nullptr) {
+    return -1;
+  }
+  auto* bytes = static_cast<BYTE*>(copy.get());  // GMEM_FIXED: the handle is the address
+  std::memcpy(bytes, resource, size);
+  if (m_bRightToLeft) {
+    DWORD exStyle = 0;
+    std::memcpy(&exStyle, bytes + TEMPLATE_EXSTYLE_OFFSET, sizeof(exStyle));
+    exStyle |= RIGHT_TO_LEFT_STYLES;
+    std::memcpy(bytes + TEMPLATE_EXSTYLE_OFFSET, &exStyle, sizeof(exStyle));
+  }
+  return DialogBoxIndirectParamW(g_hInstance, reinterpret_cast<LPCDLGTEMPLATEW>(bytes), owner, StaticDialogProc,
+                                 parameter);
+}
+
+INT_PTR CALLBACK BASE_DIALOG::StaticDialogProc(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == WM_INITDIALOG) {
+    if (lParam == 0) {
+      return FALSE;
+    }
+    SetWindowLongPtrW(hDlg, GWLP_USERDATA, lParam);
+  }
+  // Messages such as WM_SETFONT arrive before WM_INITDIALOG, when no object is bound yet.
+  auto* dialog = reinterpret_cast<BASE_DIALOG*>(GetWindowLongPtrW(hDlg, GWLP_USERDATA));
+  if (dialog == nullptr) {
+    return FALSE;
+  }
+  // No C++ exception may travel through the platform's frames between here and DoModal.
+  try {
+    return dialog->OnMessage(hDlg, message, wParam, lParam);
+  } catch (const std::bad_alloc&) {
+    dialog->EndAfterException(hDlg, E_OUTOFMEMORY);
+  } catch (...) {
+    dialog->EndAfterException(hDlg, E_FAIL);
+  }
+  return FALSE;
+}
+
+void BASE_DIALOG::EndAfterException(HWND hDlg, HRESULT failure) noexcept {
+  m_hrHandlerFailure = failure;
+  EndDialog(hDlg, -1);
+}
+
+INT_PTR BASE_DIALOG::OnMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) {
+  switch (message) {
+    case WM_INITDIALOG:
+      m_hDlg = hDlg;
+      return OnInitDialog(hDlg, wParam, lParam);
+    case WM_DESTROY:
+      return OnDestroy(hDlg, wParam, lParam);
+    case WM_MOVE:
+      return OnMove(hDlg, wParam, lParam);
+    case WM_SIZE:
+      return OnSize(hDlg, wParam, lParam);
+    case WM_SETFOCUS:
+      return OnSetFocus(hDlg, wParam, lParam);
+    case WM_KILLFOCUS:
+      return OnKillFocus(hDlg, wParam, lParam);
+    case WM_PAINT:
+      return OnPaintMessage(hDlg, wParam, lParam);
+    case WM_CLOSE:
+      return OnClose(hDlg, wParam, lParam);
+    case WM_SHOWWINDOW:
+      return wParam != 0 ? OnShowWindow(hDlg, wParam, lParam) : OnHideWindow(hDlg, wParam, lParam);
+    case WM_DRAWITEM:
+      return OnDrawItem(hDlg, wParam, lParam);
+    case WM_NOTIFY:
+      return OnNotify(hDlg, wParam, lParam);
+    case WM_CONTEXTMENU:
+      return OnContextMenu(hDlg, wParam, lParam);
+    case WM_NCPAINT:
+      return OnNcPaint(hDlg, wParam, lParam);
+    case WM_COMMAND:
+      return OnCommand(hDlg, wParam, lParam);
+    case WM_CTLCOLOREDIT:
+      return OnCtlColorEdit(hDlg, wParam, lParam);
+    case WM_CTLCOLORLISTBOX:
+      return OnCtlColorListBox(hDlg, wParam, lParam);
+    case WM_CTLCOLORBTN:
+      return OnCtlColorBtn(hDlg, wParam, lParam);
+    case WM_CTLCOLORDLG:
+      return OnCtlColorDlg(hDlg, wParam, lParam);
+    case WM_CTLCOLORSCROLLBAR:
+      return OnCtlColorScrollBar(hDlg, wParam, lParam);
+    case WM_CTLCOLORSTATIC:
+      return OnCtlColorStatic(hDlg, wParam, lParam);
+    case WM_ACTIVATE:
+    case WM_HSCROLL:
+    case WM_VSCROLL:
+    case WM_MOUSEMOVE:
+    case WM_LBUTTONDOWN:
+    case WM_LBUTTONUP:
+      return OnPointerMessage(message, wParam, lParam);
+    case WM_MOUSEACTIVATE:
+    case WM_MOUSEHOVER:
+    case WM_MOUSELEAVE:
+      return OnMouseMessage(hDlg, message, wParam, lParam);
+    case WM_NCHITTEST:
+    case WM_NCMOUSEHOVER:
+    case WM_NCMOUSELEAVE:
+      return OnNcMouseMessage(hDlg, message, wParam, lParam);
+    default:
+      break;
+  }
+  if (message >= WM_LBUTTONDBLCLK && message <= WM_MBUTTONDBLCLK) {
+    return OnMouseMessage(hDlg, message, wParam, lParam);
+  }
+  if (message >= WM_NCMOUSE_FIRST && message <= WM_NCMOUSE_LAST) {
+    return OnNcMouseMessage(hDlg, message, wParam, lParam);
+  }
+  if (message >= WM_USER && message <= USER_MESSAGES_LAST) {
+    return OnUserMessage(hDlg, message, wParam, lParam);
+  }
+  if (message >= WM_APP && message <= APP_MESSAGES_LAST) {
+    return OnAppMessage(hDlg, message, wParam, lParam);
+  }
+  return FALSE;
+}
+
+// The messages whose handlers' results do not matter.
+INT_PTR BASE_DIALOG::OnPointerMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  const auto sentBy = [this, lParam](int control) {
+    return lParam != 0 && reinterpret_cast<HWND>(lParam) == GetDlgItem(m_hDlg, control);
+  };
+  switch (message) {
+    case WM_ACTIVATE:
+      // The whole parameter: a deactivation while minimised (high word set) is not meant.
+      if (wParam == WA_INACTIVE) {
+        m_bButtonDown = true;
+        OnLButtonDown(m_hDlg, 0, lParam);
+      }
+      break;
+    case WM_HSCROLL:
+      if (sentBy(IDC_HORIZONTAL_SCROLL)) {
+        OnHScroll(m_hDlg, wParam, lParam);
+      }
+      break;
+    case WM_VSCROLL:
+      if (sentBy(IDC_VERTICAL_SCROLL)) {
+        OnVScroll(m_hDlg, wParam, lParam);
+      }
+      break;
+    case WM_MOUSEMOVE:
+      if (WantsMouseMove()) {
+        OnMouseMove(m_hDlg, wParam, lParam);
+      }
+      break;
+    case WM_LBUTTONDOWN:
+      m_bButtonDown = true;
+      OnLButtonDown(m_hDlg, wParam, lParam);
+      break;
+    case WM_LBUTTONUP:
+      m_bButtonDown = false;
+      OnLButtonUp(m_hDlg, wParam, lParam);
+      break;
+    default:
+      break;
+  }
+  return FALSE;
+}
+
+bool BASE_DIALOG::WantsMouseMove() const {
+  return GetActiveWindow() == m_hDlg && (m_bPanTool || m_bSelectTool || m_bMouseInPane || m_bZoomTool || m_bSelecting);
+}
+
+INT_PTR BASE_DIALOG::OnPaintMessage(HWND hDlg, WPARAM wParam, LPARAM lParam) {
+  const PaintCycle paint(hDlg);
+  return OnPaint(hDlg, paint.get(), wParam, lParam);
+}
+
+INT_PTR BASE_DIALOG::OnMouseMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) {
+  return OnNcMouseMessage(hDlg, message, wParam, lParam);
+}
+
+INT_PTR BASE_DIALOG::OnInitDialog(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnCtlColorDlg(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnCtlColorStatic(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnCtlColorBtn(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnCtlColorEdit(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnCtlColorListBox(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnCtlColorScrollBar(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnPaint(HWND, HDC, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnCommand(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnContextMenu(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnNotify(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnDrawItem(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnMove(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnSize(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnDestroy(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnClose(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::Reserved18(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::Reserved19(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::Reserved20(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnNcMouseMessage(HWND, UINT, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnShowWindow(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnHideWindow(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::Reserved25(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::Reserved26(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnSetFocus(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnKillFocus(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnNcPaint(HWND, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnUserMessage(HWND, UINT, WPARAM, LPARAM) { return FALSE; }
+INT_PTR BASE_DIALOG::OnAppMessage(HWND, UINT, WPARAM, LPARAM) { return FALSE; }

@@ -1,0 +1,43 @@
+#include "entry/registry_reader.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "platform/scoped.h"
+
+bool IsWow64() {
+  using IsWow64ProcessFunction = BOOL(WINAPI*)(HANDLE, PBOOL);
+  const HMODULE kernel = GetModuleHandleW(L"kernel32");
+  if (kernel == nullptr) {
+    return false;
+  }
+  // Looked up at run time: 32-bit Windows without 64-bit support lacks it. The cast by way of void* keeps compilers
+  // from comparing the two function types.
+  const auto isWow64Process =
+      reinterpret_cast<IsWow64ProcessFunction>(reinterpret_cast<void*>(GetProcAddress(kernel, "IsWow64Process")));
+  BOOL wow64 = FALSE;
+  return isWow64Process != nullptr && isWow64Process(GetCurrentProcess(), &wow64) && wow64;
+}
+
+REGSAM RegistryReadAccess() { return IsWow64() ? KEY_READ | KEY_WOW64_64KEY : KEY_READ; }
+
+DWORD GetRegValueString(HKEY key, const wchar_t* name, wchar_t* value) {
+  value[0] = L'\0';
+  HKEY opened = nullptr;
+  if (RegOpenKeyExW(key, L"", 0, RegistryReadAccess(), &opened) != ERROR_SUCCESS) {
+    return 0;
+  }
+  const platform::RegistryKey reader(opened);
+
+  wchar_t stored[MAX_PATH] = {};
+  DWORD bytes = sizeof(stored);
+  if (RegQueryValueExW(reader.get(), name, nullptr, nullptr, reinterpret_cast<BYTE*>(stored), &bytes) !=
+      ERROR_SUCCESS) {
+    return 0;
+  }
+  // The registry does not promise a terminator.
+  const wchar_t* last = stored + std::min<std::size_t>(bytes / sizeof(wchar_t), MAX_PATH - 1);
+  const wchar_t* end = std::find(static_cast<const wchar_t*>(stored), last, L'\0');
+  *std::copy(static_cast<const wchar_t*>(stored), end, value) = L'\0';
+  return bytes;
+}

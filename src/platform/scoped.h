@@ -1,0 +1,110 @@
+// Owners for Win32 resources: each releases what it holds when it goes out of scope. COM pointers are held by
+// Microsoft::WRL::ComPtr.
+#pragma once
+
+#include <windows.h>
+
+#include <objidl.h>
+#include <oleauto.h>
+#include <setupapi.h>
+#include <wrl/client.h>
+
+#include <memory>
+
+namespace platform {
+
+using Microsoft::WRL::ComPtr;
+
+// Calls Close on a handle that is not null.
+template <class Handle, auto Close>
+struct Closer {
+  using pointer = Handle;
+  void operator()(Handle handle) const noexcept { Close(handle); }
+};
+
+template <class Handle, auto Close>
+using Unique = std::unique_ptr<void, Closer<Handle, Close>>;
+
+using GdiObject = Unique<HGDIOBJ, &::DeleteObject>;  // pens, brushes and fonts that are not stock objects
+using Menu = Unique<HMENU, &::DestroyMenu>;
+using Icon = Unique<HICON, &::DestroyIcon>;
+using Cursor = Unique<HCURSOR, &::DestroyCursor>;
+using RegistryKey = Unique<HKEY, &::RegCloseKey>;
+using GlobalBlock = Unique<HGLOBAL, &::GlobalFree>;
+using TaskMemory = Unique<void*, &::CoTaskMemFree>;
+using BasicString = Unique<BSTR, &::SysFreeString>;
+
+// SetupAPI reports failure as INVALID_HANDLE_VALUE, so the set is owned only when the call succeeded.
+using DeviceInfoSet = Unique<HDEVINFO, &::SetupDiDestroyDeviceInfoList>;
+
+// A device context of a window's client area, drawing in unmirrored pixels also when the window is laid out
+// right-to-left: images and frames in it must stand as they are scanned. Null when the window is gone.
+class WindowDC {
+ public:
+  explicit WindowDC(HWND window) noexcept : m_window(window), m_context(::GetDC(window)) {
+    if (m_context != nullptr) {
+      ::SetLayout(m_context, 0);
+    }
+  }
+  ~WindowDC() {
+    if (m_context != nullptr) {
+      ::ReleaseDC(m_window, m_context);
+    }
+  }
+  WindowDC(const WindowDC&) = delete;
+  WindowDC& operator=(const WindowDC&) = delete;
+
+  HDC get() const noexcept { return m_context; }
+
+ private:
+  HWND m_window;
+  HDC m_context;
+};
+
+// Selects a GDI object and puts the previous one back. Declare it after the object's owner, so that the object is no
+// longer selected when it is deleted.
+class SelectedObject {
+ public:
+  SelectedObject(HDC context, HGDIOBJ object) noexcept
+      : m_context(context), m_previous(::SelectObject(context, object)) {}
+  ~SelectedObject() {
+    if (m_previous != nullptr) {
+      ::SelectObject(m_context, m_previous);
+    }
+  }
+  SelectedObject(const SelectedObject&) = delete;
+  SelectedObject& operator=(const SelectedObject&) = delete;
+
+ private:
+  HDC m_context;
+  HGDIOBJ m_previous;
+};
+
+// Clears a PROPVARIANT with everything that it owns.
+class ScopedPropVariant {
+ public:
+  ScopedPropVariant() noexcept { ::PropVariantInit(&m_value); }
+  ~ScopedPropVariant() { ::FreePropVariantArray(1, &m_value); }
+  ScopedPropVariant(const ScopedPropVariant&) = delete;
+  ScopedPropVariant& operator=(const ScopedPropVariant&) = delete;
+
+  PROPVARIANT* put() noexcept { return &m_value; }
+  const PROPVARIANT& get() const noexcept { return m_value; }
+
+ private:
+  PROPVARIANT m_value;
+};
+
+// Holds a flag true for the length of a scope; a re-entrant call sees it set.
+class FlagGuard {
+ public:
+  explicit FlagGuard(bool& flag) noexcept : m_flag(flag) { m_flag = true; }
+  ~FlagGuard() { m_flag = false; }
+  FlagGuard(const FlagGuard&) = delete;
+  FlagGuard& operator=(const FlagGuard&) = delete;
+
+ private:
+  bool& m_flag;
+};
+
+}  // namespace platform

@@ -1,0 +1,230 @@
+#include "preview/geometry.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <iterator>
+
+namespace preview {
+
+namespace {
+
+constexpr std::int32_t LINE_STEP = 10;  // image pixels, whatever the scale
+
+std::int32_t Saturate(std::int64_t value) {
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, -COORDINATE_LIMIT, COORDINATE_LIMIT));
+}
+
+double PaneToImage(double panePixels, double zoom) { return zoom > 0.0 ? panePixels / zoom : 0.0; }
+
+double ImageToMillimetres(double imagePixels, std::uint32_t dpi) {
+  return dpi != 0 ? imagePixels * MM_PER_INCH / dpi : 0.0;
+}
+
+bool MoveInto(std::int32_t& value, std::int32_t low, std::int32_t high) {
+  const std::int32_t clamped = std::max(low, std::min(value, high));
+  const bool moved = clamped != value;
+  value = clamped;
+  return moved;
+}
+
+}  // namespace
+
+std::int32_t Truncate(double value) {
+  if (std::isnan(value)) {
+    return 0;
+  }
+  return static_cast<std::int32_t>(
+      std::clamp(value, -static_cast<double>(COORDINATE_LIMIT), static_cast<double>(COORDINATE_LIMIT)));
+}
+
+std::uint32_t TruncateUnsigned(double value) { return static_cast<std::uint32_t>(std::max(Truncate(value), 0)); }
+
+std::int32_t ImagePixelAt(const AxisView& view, std::int32_t client) {
+  return Saturate(std::int64_t{ImageDistance(client - view.paneStart, view.zoom)} + view.scroll);
+}
+
+std::int32_t MillimetresAt(std::int32_t imagePixel, std::uint32_t dpi) {
+  return Truncate(ImageToMillimetres(imagePixel, dpi) + 0.5);
+}
+
+double ImageMillimetres(std::uint32_t imageSize, std::uint32_t dpi) { return ImageToMillimetres(imageSize, dpi); }
+
+std::int32_t ClientAt(const AxisView& view, std::int32_t millimetres) {
+  const std::uint32_t product = static_cast<std::uint32_t>(millimetres) * view.dpi;
+  return Truncate(view.paneStart + view.zoom * (product / MM_PER_INCH - view.scroll));
+}
+
+std::int32_t MovingCornerMillimetres(const AxisView& view, std::int32_t anchorClient, std::int32_t pointerClient) {
+  const std::int32_t anchor = ImagePixelAt(view, anchorClient);
+  const double extent = PaneToImage(pointerClient - anchorClient, view.zoom);
+  return Truncate(ImageToMillimetres(anchor, view.dpi) + ImageToMillimetres(extent, view.dpi) + 0.5);
+}
+
+std::int32_t VisibleImageLimit(const AxisView& view) {
+  return std::min(Truncate(view.zoom * view.imageSize + 0.5 + view.paneStart), view.paneEnd);
+}
+
+std::uint32_t ImagePixelsIn(std::int32_t panePixels, double zoom) {
+  return TruncateUnsigned(PaneToImage(panePixels, zoom));
+}
+
+std::int32_t ImageDistance(std::int32_t panePixels, double zoom) { return Truncate(PaneToImage(panePixels, zoom)); }
+
+std::int32_t LargestScroll(const AxisView& view) {
+  return view.zoom > 0.0 ? Truncate(view.imageSize - view.paneSize() / view.zoom) : 0;
+}
+
+std::int32_t ClampScroll(const AxisView& view) {
+  if (view.scroll <= 0 || Truncate(view.imageSize * view.zoom) < view.paneSize()) {
+    return 0;
+  }
+  return std::min(view.scroll, LargestScroll(view));
+}
+
+std::int32_t CentredScroll(std::uint32_t imagePixel, const AxisView& view) {
+  return Truncate(imagePixel - PaneToImage(view.paneSize(), 2 * view.zoom));
+}
+
+std::int32_t CoveredPanePixels(const AxisView& view) {
+  const std::uint32_t shown = ImagePixelsIn(view.paneSize(), view.zoom);
+  if (shown == 0) {
+    return 0;
+  }
+  const double imageLeft = static_cast<double>(view.imageSize) - view.scroll;
+  return std::clamp(Truncate(std::floor(imageLeft * view.paneSize() / shown)), 0, std::max(view.paneSize(), 0));
+}
+
+std::optional<std::int32_t> ScrolledPosition(int request, const ScrollBarState& bar, std::int32_t thumbPosition) {
+  std::int64_t position = bar.position;
+  std::int64_t step = 0;
+  switch (static_cast<ScrollRequest>(request)) {
+    case ScrollRequest::LineBack:
+      step = -LINE_STEP;
+      break;
+    case ScrollRequest::LineForward:
+      step = LINE_STEP;
+      break;
+    case ScrollRequest::PageBack:
+      step = -std::int64_t{bar.page};
+      break;
+    case ScrollRequest::PageForward:
+      step = bar.page;
+      break;
+    case ScrollRequest::ThumbTrack:
+      step = thumbPosition - position;
+      break;
+    case ScrollRequest::ToStart:
+      position = 1;
+      step = -1;
+      break;
+    case ScrollRequest::ToEnd:
+      position = std::int64_t{bar.maximum} - 1;
+      step = 1;
+      break;
+    default:
+      return std::nullopt;
+  }
+  if (step == 0) {
+    return std::nullopt;
+  }
+  return Saturate(position < bar.maximum ? position + step : position);
+}
+
+std::int32_t SettleScroll(const AxisView& view, std::int32_t position) {
+  const std::int32_t largest = LargestScroll(view);
+  if (position >= largest) {
+    return largest;
+  }
+  return std::max(position, 0);
+}
+
+int PercentOfScale(double zoom) { return Truncate(zoom / SCALE_AT_100_PERCENT * 100); }
+
+double ScaleOfPercent(int percent) { return percent / 100.0 * SCALE_AT_100_PERCENT; }
+
+int NextPercent(std::span<const int> table, int current, ZoomDirection direction, int fallback) {
+  const auto found = std::find(table.begin(), table.end(), current);
+  if (found == table.end()) {
+    return fallback;
+  }
+  if (direction == ZoomDirection::In) {
+    return std::next(found) == table.end() ? current : *std::next(found);
+  }
+  return found == table.begin() ? current : *std::prev(found);
+}
+
+int DegreesOf(Turn turn) {
+  switch (turn) {
+    case Turn::UpsideDown:
+      return 180;
+    case Turn::Right:
+      return 90;
+    case Turn::Left:
+      return 270;
+    case Turn::None:
+      break;
+  }
+  return 0;
+}
+
+Rect TurnFrame(const Rect& millimetres, Turn turn, double turnedWidthMm, double turnedHeightMm) {
+  const Rect& from = millimetres;
+  switch (turn) {
+    case Turn::UpsideDown:
+      return {Truncate(turnedWidthMm - from.right), Truncate(turnedHeightMm - from.bottom),
+              Truncate(turnedWidthMm - from.left), Truncate(turnedHeightMm - from.top)};
+    case Turn::Right:
+      return {Truncate(turnedWidthMm - from.bottom), from.left, Truncate(turnedWidthMm - from.top), from.right};
+    case Turn::Left:
+      return {from.top, Truncate(turnedHeightMm - from.right), from.bottom, Truncate(turnedHeightMm - from.left)};
+    case Turn::None:
+      break;
+  }
+  return from;
+}
+
+Rect Ordered(const Rect& rect) {
+  const auto [left, right] = std::minmax(rect.left, rect.right);
+  const auto [top, bottom] = std::minmax(rect.top, rect.bottom);
+  return {left, top, right, bottom};
+}
+
+std::int32_t Distance(std::int32_t a, std::int32_t b) { return Saturate(std::abs(std::int64_t{a} - b)); }
+
+Side WithMinimumLength(const Side& millimetres, bool draggedBackwards, double imageMm) {
+  Side side = millimetres;
+  if (Distance(side.start, side.end) >= MINIMUM_SIDE_MM) {
+    return side;
+  }
+  if (draggedBackwards) {
+    side.end = side.start - MINIMUM_SIDE_MM;
+    return side.end < 0 ? Side{MINIMUM_SIDE_MM, 0} : side;
+  }
+  side.end = side.start + MINIMUM_SIDE_MM;
+  if (side.end > imageMm) {
+    side.end = Truncate(imageMm + 0.5);
+    side.start = side.end - MINIMUM_SIDE_MM;
+  }
+  return side;
+}
+
+bool IsOnResizeCorner(const Point& client, const Rect& frameClient) {
+  return Distance(client.x, frameClient.right) < CORNER_REACH && Distance(client.y, frameClient.bottom) < CORNER_REACH;
+}
+
+bool IsInside(const Point& client, const Rect& pane) {
+  return client.x >= pane.left && client.x <= pane.right && client.y >= pane.top && client.y <= pane.bottom;
+}
+
+ClampedFrame ClampFrame(const Rect& frameClient, const Rect& pane) {
+  Rect frame = frameClient;
+  bool moved = MoveInto(frame.left, pane.left, pane.right);
+  moved |= MoveInto(frame.right, pane.left, pane.right);
+  moved |= MoveInto(frame.top, pane.top, pane.bottom);
+  moved |= MoveInto(frame.bottom, pane.top, pane.bottom);
+  const bool isVisible = (!moved && frame.hasArea()) || (frame.left < frame.right && frame.top < frame.bottom);
+  return {frame, isVisible};
+}
+
+}  // namespace preview

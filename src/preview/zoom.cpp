@@ -1,0 +1,95 @@
+// The zoom steps: by the zoom list, and by a click with the zoom tool.
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+
+#include "resources/lang_resource.h"
+#include "resources/resource_ids.h"
+#include "scan_dialog/scan_dialog.h"
+#include "scan_dialog/settings_catalogue.h"
+
+namespace {
+
+constexpr int ZOOM_TOOL_ICON_SIZE = 20;
+constexpr int ZOOM_TEXT_CAPACITY = 256;
+
+constexpr auto ZOOM_PERCENTAGES = [] {
+  std::array<int, settings::ZOOM_TABLE.size()> percentages{};
+  std::transform(settings::ZOOM_TABLE.begin(), settings::ZOOM_TABLE.end(), percentages.begin(),
+                 [](const settings::ZoomStep& step) { return step.percent; });
+  return percentages;
+}();
+
+// The percentage that the zoom list's current item carries; 0 when it has none.
+int ListedPercent(HWND hDlg) {
+  const LRESULT index = ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_GETCURSEL, 0, 0);
+  if (index == CB_ERR) {
+    return 0;
+  }
+  const LRESULT percent = ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_GETITEMDATA, static_cast<WPARAM>(index), 0);
+  return percent == CB_ERR ? 0 : static_cast<int>(percent);
+}
+
+}  // namespace
+
+void SCAN_DIALOG::OnZoomComboChange(HWND hDlg) {
+  const int percent = ListedPercent(hDlg);
+  if (percent <= 0) {
+    return;
+  }
+  EraseSelectionFrame(hDlg);
+  m_dZoom = preview::ScaleOfPercent(percent);
+  DrawPreviewImage(hDlg, 0, 0, PreviewDrawMode::DrawZoom, m_dZoom);
+  DrawSelectionFrame(hDlg);
+  UpdateScrollBars(hDlg, false);
+}
+
+void SCAN_DIALOG::SyncZoomCombo(HWND hDlg) {
+  const auto found = std::find(ZOOM_PERCENTAGES.begin(), ZOOM_PERCENTAGES.end(), preview::PercentOfScale(m_dZoom));
+  if (found == ZOOM_PERCENTAGES.end()) {
+    return;
+  }
+  const auto row = std::distance(ZOOM_PERCENTAGES.begin(), found);
+  const UINT stringId = static_cast<UINT>(settings::ZOOM_TABLE[static_cast<std::size_t>(row)].stringId);
+  wchar_t text[ZOOM_TEXT_CAPACITY] = {};
+  LRESULT index = CB_ERR;
+  if (g_pLangResource != nullptr && g_pLangResource->GetTextW(stringId, text, ZOOM_TEXT_CAPACITY) != nullptr &&
+      text[0] != L'\0') {
+    index = ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SELECTSTRING, 0, reinterpret_cast<LPARAM>(text));
+  }
+  if (index == CB_ERR) {
+    index = row;  // the list is filled in table order, also where a string is missing
+  }
+  ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
+}
+
+void SCAN_DIALOG::ZoomInAt(HWND hDlg) { ZoomStepAt(hDlg, preview::ZoomDirection::In); }
+
+void SCAN_DIALOG::ZoomOutAt(HWND hDlg) { ZoomStepAt(hDlg, preview::ZoomDirection::Out); }
+
+void SCAN_DIALOG::ZoomStepAt(HWND hDlg, preview::ZoomDirection direction) {
+  const int x = preview::ImagePixelAt(HorizontalView(), m_ptMouse.x);
+  const int y = preview::ImagePixelAt(VerticalView(), m_ptMouse.y);
+  const int percent =
+      preview::NextPercent(ZOOM_PERCENTAGES, preview::PercentOfScale(m_dZoom), direction, ListedPercent(hDlg));
+  if (percent <= 0) {
+    return;
+  }
+  const double zoom = preview::ScaleOfPercent(percent);
+  EraseSelectionFrame(hDlg);
+  DrawPreviewImage(hDlg, static_cast<UINT>(x), static_cast<UINT>(y), PreviewDrawMode::DrawZoomAtPoint, zoom);
+  m_dZoom = zoom;
+  DrawSelectionFrame(hDlg);
+  SyncZoomCombo(hDlg);
+}
+
+void SCAN_DIALOG::SetZoomDirection(HWND hDlg, int command) {
+  if (command != IDM_ZOOM_IN && command != IDM_ZOOM_OUT) {
+    return;
+  }
+  m_bZoomIn = command == IDM_ZOOM_IN ? 1 : 0;
+  const HICON picture = LoadDialogIcon(m_bZoomIn != 0 ? IDI_ZOOM_IN : IDI_ZOOM_OUT, ZOOM_TOOL_ICON_SIZE);
+  ::SendDlgItemMessageW(hDlg, IDC_TOOL_ZOOM, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(picture));
+  ::UpdateWindow(hDlg);
+}

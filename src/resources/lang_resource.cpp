@@ -1,0 +1,139 @@
+#include "resources/lang_resource.h"
+
+#include <algorithm>
+#include <cwchar>
+#include <iterator>
+
+#include "platform/scoped.h"
+#include "resources/resource_ids.h"
+
+LANG_RESOURCE* g_pLangResource = nullptr;
+
+namespace {
+
+constexpr std::uint32_t ENGLISH_UNITED_STATES = 0x0409;
+constexpr std::uint32_t FONT_POINT_SIZE = 8;
+constexpr int CONTROL_TEXT_CAPACITY = 1024;
+constexpr UINT STRINGS_PER_BLOCK = 16;
+
+std::uint32_t HexDigitValue(char digit) {
+  const char upper = (digit >= 'a' && digit <= 'f') ? static_cast<char>(digit - 'a' + 'A') : digit;
+  return static_cast<std::uint32_t>((upper >= 'A' && upper <= 'F') ? upper - 'A' + 10 : upper - '0');
+}
+
+// Entries of one string block: a 16-bit count, then that many UTF-16 units without terminator. The block is bounded by
+// its resource size, so that a damaged table cannot lead past its end.
+const wchar_t* FindEntry(const wchar_t* block, const wchar_t* end, UINT index, std::size_t* length) {
+  const wchar_t* entry = block;
+  for (; index > 0 && entry < end; --index) {
+    entry += 1 + static_cast<std::size_t>(*entry);
+  }
+  if (entry >= end || static_cast<std::size_t>(end - entry) <= static_cast<std::size_t>(*entry)) {
+    return nullptr;
+  }
+  *length = static_cast<std::size_t>(*entry);
+  return entry + 1;
+}
+
+}  // namespace
+
+LANG_RESOURCE::LANG_RESOURCE(HMODULE hModule) : m_hModule(hModule) { GetUserLanguage(); }
+
+LANG_RESOURCE::~LANG_RESOURCE() {
+  for (std::int32_t i = 0; i < m_nFontCount; ++i) {
+    DeleteObject(m_fontCache[static_cast<std::size_t>(i)].font);
+  }
+}
+
+std::uint32_t LANG_RESOURCE::GetUserLanguage() {
+  char digits[10] = {};
+  GetLocaleInfoA(LOCALE_USER_DEFAULT, LOCALE_ILANGUAGE, digits, static_cast<int>(std::size(digits)));
+  std::uint32_t language = 0;
+  for (const char* digit = digits; *digit != '\0'; ++digit) {
+    language = language * 16 + HexDigitValue(*digit);
+  }
+  m_wLangId = language;
+  return language;
+}
+
+bool LANG_RESOURCE::IsRightToLeft() const {
+  const std::uint32_t primary = m_wLangId & 0xFF;
+  return primary == LANG_ARABIC || primary == LANG_HEBREW;
+}
+
+wchar_t* LANG_RESOURCE::GetTextW(UINT id, wchar_t* buffer, int capacity, std::uint32_t language) const {
+  if (buffer == nullptr || capacity <= 0) {
+    return nullptr;
+  }
+  const LPCWSTR block = MAKEINTRESOURCEW(id / STRINGS_PER_BLOCK + 1);
+  const std::uint32_t wanted = language != 0 ? language : m_wLangId;
+  // The exact language, then its primary language with the neutral sublanguage, then a neutral table.
+  HRSRC found = FindResourceExW(m_hModule, RT_STRING, block, static_cast<WORD>(wanted));
+  if (found == nullptr) {
+    // Language 0 leaves the choice to the platform: the user's and system's languages, English, then any.
+    found = FindResourceExW(m_hModule, RT_STRING, block, 0);
+  }
+  const HGLOBAL loaded = found != nullptr ? LoadResource(m_hModule, found) : nullptr;
+  const auto* text = loaded != nullptr ? static_cast<const wchar_t*>(LockResource(loaded)) : nullptr;
+  if (text == nullptr) {
+    return nullptr;
+  }
+
+  std::size_t length = 0;
+  const wchar_t* end = text + SizeofResource(m_hModule, found) / sizeof(wchar_t);
+  const wchar_t* entry = FindEntry(text, end, id % STRINGS_PER_BLOCK, &length);
+  const std::size_t copied = std::min(length, static_cast<std::size_t>(capacity) - 1);
+  if (entry != nullptr) {
+    std::copy_n(entry, copied, buffer);
+  }
+  buffer[copied] = L'\0';
+  return buffer;
+}
+
+BOOL LANG_RESOURCE::SetControlText(HWND hDlg, UINT stringId, int controlId) const {
+  const HWND control = GetDlgItem(hDlg, controlId);
+  wchar_t text[CONTROL_TEXT_CAPACITY] = {};
+  GetTextW(stringId, text, CONTROL_TEXT_CAPACITY);
+  if (m_hDialogFont != nullptr) {
+    SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(m_hDialogFont), TRUE);
+  }
+  SetWindowTextW(control, text);
+  return TRUE;
+}
+
+int LANG_RESOURCE::ShowMessage(HWND owner, UINT stringId) const {
+  wchar_t message[CONTROL_TEXT_CAPACITY] = {};
+  wchar_t caption[CONTROL_TEXT_CAPACITY] = {};
+  GetTextW(stringId, message, CONTROL_TEXT_CAPACITY);
+  GetTextW(IDS_SCAN_ERROR, caption, CONTROL_TEXT_CAPACITY);
+  if (message[0] == L'\0') {
+    GetTextW(stringId, message, CONTROL_TEXT_CAPACITY, ENGLISH_UNITED_STATES);
+  }
+  // Message boxes do not inherit the owner's right-to-left layout.
+  const UINT layout = IsRightToLeft() ? MB_RTLREADING | MB_RIGHT : 0;
+  return MessageBoxW(owner, message, caption, MB_OK | layout);
+}
+
+HFONT LANG_RESOURCE::GetDialogFont() {
+  const auto end = m_fontCache.begin() + m_nFontCount;
+  const auto cached = std::find_if(m_fontCache.begin(), end, [this](const FONT_CACHE_ENTRY& entry) {
+    return entry.pointSize == FONT_POINT_SIZE && entry.language == m_wLangId && entry.attribute == 0 &&
+           entry.weight == FW_NORMAL;
+  });
+  if (cached != end) {
+    return cached->font;
+  }
+
+  if (end == m_fontCache.end()) {
+    return nullptr;
+  }
+
+  // Negative: the height of the characters, not of the cell.
+  const platform::WindowDC screen(nullptr);
+  const int height = -MulDiv(static_cast<int>(FONT_POINT_SIZE), GetDeviceCaps(screen.get(), LOGPIXELSY), 72);
+  const HFONT font = CreateFontW(height, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_TT_PRECIS,
+                                 CLIP_EMBEDDED, PROOF_QUALITY, DEFAULT_PITCH | FF_DONTCARE, L"Microsoft Sans Serif");
+  *end = {m_wLangId, FONT_POINT_SIZE, FW_NORMAL, 0, font};
+  ++m_nFontCount;
+  return font;
+}

@@ -1,0 +1,162 @@
+// Identifiers of every resource that the library carries. The resource compiler reads this file too, so it holds
+// preprocessor constants and nothing else.
+#pragma once
+
+// The dialog template and its controls. A control that the code never names is written as its number in the template.
+#define IDD_SCAN_DIALOG 1001
+
+#define IDC_ORIGINAL_SIZE 1002
+#define IDC_FEED_METHOD 1004
+#define IDC_SCAN_METHOD 1005
+#define IDC_SEND_SIZE 1006
+#define IDC_ORIGINAL_QUALITY 1007
+#define IDC_SCAN_COLOR 1008
+#define IDC_RESOLUTION 1009
+#define IDC_BRIGHTNESS 1010
+#define IDC_AUTO_BRIGHTNESS 1011
+#define IDC_ZOOM_LIST 1013
+#define IDC_SCAN 1015
+#define IDC_PREVIEW 1016
+#define IDC_PLACEMENT 1017
+#define IDC_DEFAULT 1018
+#define IDC_REVERSE_IMAGE 1019
+#define IDC_TOOL_SELECT 1020
+#define IDC_TOOL_ZOOM 1021
+#define IDC_TOOL_ROTATE 1022
+#define IDC_TOOL_PAN 1023
+#define IDC_HORIZONTAL_SCROLL 1052
+#define IDC_VERTICAL_SCROLL 1053
+#define IDC_PREVIEW_PANE 1059
+#define IDC_BRIGHTNESS_LABEL 1061
+#define IDC_FEED_IMAGE 1062
+// Made at run time, not part of the template.
+#define IDC_STATUS_BAR 3006
+
+// Labels, group boxes and frames, which only the label table and the template name.
+#define IDC_ORIGINAL_SETTINGS_GROUP 102
+#define IDC_ORIGINAL_SIZE_LABEL 103
+#define IDC_PLACEMENT_LABEL 104
+#define IDC_FEED_METHOD_LABEL 105
+#define IDC_SCAN_SETTINGS_GROUP 106
+#define IDC_ORIGINAL_QUALITY_LABEL 107
+#define IDC_SCAN_METHOD_LABEL 108
+#define IDC_SEND_SIZE_LABEL 109
+#define IDC_IMAGE_SETTINGS_GROUP 110
+#define IDC_SCAN_COLOR_LABEL 111
+#define IDC_RESOLUTION_LABEL 112
+#define IDC_IMAGE_CONTROL_GROUP 113
+
+// Context menus of the tool buttons, and their commands.
+#define IDM_ZOOM_MENU 1500
+#define IDM_ROTATE_MENU 1501
+#define IDM_ZOOM_IN 3001
+#define IDM_ZOOM_OUT 3002
+#define IDM_ROTATE_UPSIDE_DOWN 3003
+#define IDM_ROTATE_RIGHT 3004
+#define IDM_ROTATE_LEFT 3005
+
+// Icons and cursors.
+#define IDI_BRIGHTNESS_LOW 120
+#define IDI_BRIGHTNESS_HIGH 121
+#define IDI_TOOL_SELECT 122
+#define IDI_ZOOM_IN 123
+#define IDI_ROTATE_RIGHT 124
+#define IDI_PAN 125
+#define IDI_AREA_POSITION 151
+#define IDI_AREA_SIZE 152
+#define IDI_ZOOM_OUT 201
+#define IDI_PANNING 202
+#define IDC_CURSOR_CROSS 203
+#define IDC_CURSOR_SIZE_NWSE 204
+#define IDI_DEVICE 2005
+
+// Strings: messages.
+#define IDS_SCAN_ERROR 2000
+#define IDS_ERROR_NO_PAPER 2001
+#define IDS_ERROR_COVER_OPEN 2002
+#define IDS_ERROR_PAPER_JAM 2003
+#define IDS_ERROR_BUSY 2004
+#define IDS_ERROR_SCAN_FAILURE 2005
+#define IDS_ERROR_OFFLINE 2006
+// Zoom list.
+#define IDS_ZOOM_50 2007
+#define IDS_ZOOM_75 2008
+#define IDS_ZOOM_100 2009
+#define IDS_ZOOM_150 2010
+#define IDS_ZOOM_200 2011
+#define IDS_ZOOM_300 2012
+#define IDS_ZOOM_400 2013
+// List entries.
+#define IDS_AUTO 2014
+#define IDS_PORTRAIT_SHORT_EDGE 2015
+#define IDS_PORTRAIT_LONG_EDGE 2016
+#define IDS_LANDSCAPE_LONG_EDGE 2017
+#define IDS_LANDSCAPE_SHORT_EDGE 2018
+#define IDS_QUALITY_TEXT 2019
+#define IDS_QUALITY_PHOTO 2020
+#define IDS_QUALITY_TEXT_PHOTO 2021
+#define IDS_QUALITY_OCR 2022
+#define IDS_DOCUMENT_PROCESSOR 2023
+#define IDS_PLATEN 2024
+#define IDS_GRAYSCALE 2025
+#define IDS_FULL_COLOR 2026
+#define IDS_BLACK_AND_WHITE 2027
+#define IDS_AUTO_COLOR 2028
+// Vocabulary that the tables carry and no control shows.
+#define IDS_ONE_SIDED 2029
+#define IDS_TWO_SIDED 2030
+#define IDS_LONG_EDGE 2031
+#define IDS_SHORT_EDGE 2032
+#define IDS_LIGHTER 2033
+#define IDS_NORMAL 2034
+#define IDS_DARKER 2035
+#define IDS_CONTRAST 2036
+#define IDS_SHARPNESS 2037
+#define IDS_DENSITY 2038
+#define IDS_SCAN_AREA 2039
+#define IDS_POSITION 2040
+#define IDS_SIZE 2041
+#define IDS_WIDTH 2042
+#define IDS_HEIGHT 2043
+#define IDS_MILLIMETERS 2044
+#define IDS_INCHES 2045
+#define IDS_PIXELS 2046
+#define IDS_SELECT_AREA 2047
+#define IDS_ZOOM 2048
+#define IDS_ROTATE 2049
+#define IDS_MOVE 2050
+#define IDS_ZOOM_IN 2051
+#define IDS_ZOOM_OUT 2052
+#define IDS_CUSTOM 2053
+#define IDS_SCANNING 2054
+#define IDS_WARMING_UP 2055
+#define IDS_PLEASE_WAIT 2056
+#define IDS_BOOK 2057
+#define IDS_TABLET 2058
+#define IDS_PAGES 2059
+#define IDS_FILE_NAME 2060
+// 2061 is not assigned.
+#define IDS_TWO_SIDED_LONG_EDGE 2062
+#define IDS_TWO_SIDED_SHORT_EDGE 2063
+// Labels.
+#define IDS_ORIGINAL_SETTINGS 2064
+#define IDS_ORIGINAL_SIZE 2065
+#define IDS_ORIGINAL_PLACEMENT 2066
+#define IDS_FEED_METHOD 2067
+#define IDS_SCAN_SETTINGS 2068
+#define IDS_ORIGINAL_QUALITY 2069
+#define IDS_SCAN_METHOD 2070
+#define IDS_SEND_SIZE 2071
+#define IDS_IMAGE_CONTROL 2072
+#define IDS_BRIGHTNESS 2073
+#define IDS_EXPOSURE 2074
+#define IDS_IMAGE_SETTINGS 2075
+#define IDS_SCAN_COLOR 2076
+#define IDS_RESOLUTION 2077
+#define IDS_REVERSE_IMAGE 2078
+#define IDS_DEFAULT 2079
+#define IDS_SCAN 2080
+#define IDS_PREVIEW 2081
+#define IDS_CLOSE 2082
+// 2083 to 2087 are not assigned.
+#define IDS_PAGE 2088

@@ -1,0 +1,101 @@
+// What the dialog's buttons, lists and menu items do.
+#include <windows.h>
+
+#include "resources/resource_ids.h"
+#include "scan_dialog/scan_dialog.h"
+
+namespace {
+
+// Dialog client pixels. The area beside the settings lists that shows how the original is fed.
+constexpr RECT FEED_AREA = {209, 32, 369, 192};
+constexpr int FEED_IMAGE_WIDTH = 150;   // pixels
+constexpr int FEED_IMAGE_HEIGHT = 100;  // pixels
+
+// While a transfer runs, messages can arrive through a nested loop (a device-error box, or the caller's own). What
+// would start a second transfer, end the dialog under the first or change what the running one is finished with must
+// wait.
+bool IsRefusedDuringTransfer(int id) {
+  switch (id) {
+    case IDC_SCAN:
+    case IDC_PREVIEW:
+    case IDCANCEL:
+    case IDC_TOOL_ROTATE:
+    case IDM_ROTATE_UPSIDE_DOWN:
+    case IDM_ROTATE_RIGHT:
+    case IDM_ROTATE_LEFT:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+INT_PTR SCAN_DIALOG::OnCommand(HWND hDlg, WPARAM wParam, LPARAM /*lParam*/) {
+  const int id = LOWORD(wParam);
+  if (m_bTransferring && IsRefusedDuringTransfer(id)) {
+    return FALSE;
+  }
+  switch (id) {
+    case IDC_SCAN:
+      TransferImage(0);
+      EndDialog(hDlg, IDC_SCAN);
+      break;
+    case IDCANCEL:
+      EndDialog(hDlg, IDCANCEL);
+      break;
+    case IDC_PREVIEW:
+      TransferImage(1);
+      InvalidateFeedImage(hDlg);
+      break;
+    case IDC_DEFAULT:
+      SetDefaults();
+      break;
+    case IDC_FEED_METHOD:
+    case IDC_PLACEMENT:
+      InvalidateRect(hDlg, &FEED_AREA, TRUE);
+      break;
+    case IDC_ZOOM_LIST:
+      SelectTool(hDlg, 0);
+      if (HIWORD(wParam) == CBN_SELCHANGE) {
+        OnZoomComboChange(hDlg);
+      }
+      break;
+    case IDC_TOOL_SELECT:
+      SelectTool(hDlg, id);
+      ClearSelection(hDlg);
+      break;
+    case IDC_TOOL_ZOOM:
+    case IDC_TOOL_PAN:
+      SelectTool(hDlg, id);
+      break;
+    case IDC_TOOL_ROTATE:
+      SelectTool(hDlg, id);
+      RotatePreview(hDlg, IDM_ROTATE_RIGHT);
+      break;
+    case IDM_ZOOM_IN:
+    case IDM_ZOOM_OUT:
+      SetZoomDirection(hDlg, id);
+      SelectTool(hDlg, IDC_TOOL_ZOOM);
+      break;
+    case IDM_ROTATE_UPSIDE_DOWN:
+    case IDM_ROTATE_RIGHT:
+    case IDM_ROTATE_LEFT:
+      RotatePreview(hDlg, id);
+      break;
+    default:
+      // The other settings are read when a transfer needs them.
+      break;
+  }
+  return FALSE;
+}
+
+void SCAN_DIALOG::InvalidateFeedImage(HWND hDlg) {
+  RECT area = {};
+  GetWindowRect(GetDlgItem(hDlg, IDC_FEED_IMAGE), &area);
+  area.right = area.left + FEED_IMAGE_WIDTH;
+  area.bottom = area.top + FEED_IMAGE_HEIGHT;
+  // Both corners in one call, which keeps left and right in order when the dialog is mirrored.
+  MapWindowPoints(nullptr, hDlg, reinterpret_cast<POINT*>(&area), 2);
+  InvalidateRect(hDlg, &area, FALSE);
+}

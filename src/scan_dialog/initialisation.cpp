@@ -1,0 +1,216 @@
+// Everything that happens between the dialog's creation and its first appearance.
+#include <windows.h>
+
+#include <commctrl.h>
+
+#include <iterator>
+
+#include "platform/module_instance.h"
+#include "resources/lang_resource.h"
+#include "resources/resource_ids.h"
+#include "scan_dialog/scan_dialog.h"
+#include "scan_dialog/settings_catalogue.h"
+
+namespace {
+
+constexpr int LIST_TEXT_CAPACITY = 260;
+constexpr int ZOOM_TEXT_CAPACITY = 256;
+
+constexpr int TOOL_ICON_SIZE = 20;      // pixels
+constexpr int STATUS_ICON_SIZE = 16;    // pixels
+constexpr int CURSOR_ICON_SIZE = 16;    // pixels
+constexpr int CURSOR_SIZE = 32;         // pixels
+constexpr int STATUS_PART_WIDTH = 150;  // dialog client pixels
+
+// True when the user measures in inches. LOCALE_IMEASURE is "0" for metric and "1" for the United States system.
+bool UsesInches() {
+  DWORD system = 0;
+  GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_IMEASURE | LOCALE_RETURN_NUMBER, reinterpret_cast<LPWSTR>(&system),
+                 sizeof(system) / sizeof(wchar_t));
+  return system == 1;
+}
+
+BOOL CALLBACK AddReadingOrder(HWND child, LPARAM /*parameter*/) {
+  SetWindowLongPtrW(child, GWL_EXSTYLE, GetWindowLongPtrW(child, GWL_EXSTYLE) | WS_EX_RTLREADING);
+  return TRUE;
+}
+
+// Appends one entry. The settings are read by position, so an entry whose string no table holds takes its place with an
+// empty text.
+void AppendEntry(HWND list, const settings::ListEntry& entry) {
+  wchar_t text[LIST_TEXT_CAPACITY] = {};
+  const wchar_t* shown = entry.text;
+  if (shown == nullptr) {
+    g_pLangResource->GetTextW(static_cast<UINT>(entry.stringId), text, LIST_TEXT_CAPACITY);
+    shown = text;
+  }
+  SendMessageW(list, CB_INSERTSTRING, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(shown));
+}
+
+HCURSOR LoadDialogCursor(int id) {
+  return static_cast<HCURSOR>(
+      LoadImageW(g_hInstance, MAKEINTRESOURCEW(id), IMAGE_CURSOR, CURSOR_SIZE, CURSOR_SIZE, LR_DEFAULTCOLOR));
+}
+
+// A mirrored window counts client coordinates from its right edge and mirrors images. The pane and its scroll bar show
+// the page, which is never mirrored; on a tool button, a clockwise arrow would turn into a counter-clockwise one.
+void DropMirroring(HWND window) {
+  SetWindowLongPtrW(window, GWL_EXSTYLE, GetWindowLongPtrW(window, GWL_EXSTYLE) & ~WS_EX_LAYOUTRTL);
+}
+
+}  // namespace
+
+INT_PTR SCAN_DIALOG::OnInitDialog(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*/) {
+  m_hDlg = hDlg;
+  m_bInch = UsesInches() ? 1 : 0;
+  ReadFeederCapability();
+  ReadResolutionCapability();
+  SetReadingOrder();
+  SetLabels();
+  FillLists();
+  TakeOtherControls();
+  ReadDeviceIdentity();
+  SetDefaults();
+  CreateStatusBar();
+  TakePaneRectangle();
+  m_nScrollX = 0;
+  m_nScrollY = 0;
+  LoadPaneCursors();
+  SetToolIcons();
+  FillZoomList();
+  DisableControl(hDlg, IDC_TOOL_SELECT);
+  DisableControl(hDlg, IDC_TOOL_ZOOM);
+  DisableControl(hDlg, IDC_TOOL_PAN);
+  return FALSE;
+}
+
+void SCAN_DIALOG::SetReadingOrder() {
+  if (m_bRightToLeft) {
+    EnumChildWindows(m_hDlg, AddReadingOrder, 0);
+  }
+}
+
+void SCAN_DIALOG::SetLabels() {
+  for (const settings::Label& label : settings::LABELS) {
+    g_pLangResource->SetControlText(m_hDlg, static_cast<UINT>(label.stringId), label.control);
+  }
+}
+
+void SCAN_DIALOG::FillLists() {
+  HWND SCAN_DIALOG::*const windows[] = {
+      &SCAN_DIALOG::m_hwndOriginalSize, &SCAN_DIALOG::m_hwndPlacement,  &SCAN_DIALOG::m_hwndFeedMethod,
+      &SCAN_DIALOG::m_hwndQuality,      &SCAN_DIALOG::m_hwndScanMethod, &SCAN_DIALOG::m_hwndSendSize,
+      &SCAN_DIALOG::m_hwndScanColor,    &SCAN_DIALOG::m_hwndResolution,
+  };
+  static_assert(std::size(windows) == settings::ALL_LISTS.size());
+
+  for (std::size_t i = 0; i < std::size(windows); ++i) {
+    const settings::SettingList& list = *settings::ALL_LISTS[i];
+    const HWND window = GetDlgItem(m_hDlg, list.control);
+    this->*windows[i] = window;
+    for (const settings::ListEntry& entry : list.entries) {
+      if (&list != &settings::RESOLUTION || settings::IsResolutionOffered(entry, m_bRes400, m_bRes600)) {
+        AppendEntry(window, entry);
+      }
+    }
+  }
+}
+
+void SCAN_DIALOG::TakeOtherControls() {
+  m_hwndBrightness = GetDlgItem(m_hDlg, IDC_BRIGHTNESS);
+  // Each end is a signed 16-bit word.
+  SendMessageW(
+      m_hwndBrightness, TBM_SETRANGE, TRUE,
+      MAKELPARAM(static_cast<WORD>(settings::BRIGHTNESS_MINIMUM), static_cast<WORD>(settings::BRIGHTNESS_MAXIMUM)));
+  SendMessageW(m_hwndBrightness, TBM_SETPOS, TRUE, settings::BRIGHTNESS_DEFAULT);
+  m_hwndAutoBrightness = GetDlgItem(m_hDlg, IDC_AUTO_BRIGHTNESS);
+  m_hwndReverseImage = GetDlgItem(m_hDlg, IDC_REVERSE_IMAGE);
+  m_hwndToolSelect = GetDlgItem(m_hDlg, IDC_TOOL_SELECT);
+  m_hwndToolZoom = GetDlgItem(m_hDlg, IDC_TOOL_ZOOM);
+  m_hwndToolRotate = GetDlgItem(m_hDlg, IDC_TOOL_ROTATE);
+  m_hwndToolPan = GetDlgItem(m_hDlg, IDC_TOOL_PAN);
+}
+
+void SCAN_DIALOG::CreateStatusBar() {
+  RECT client = {};
+  GetClientRect(m_hDlg, &client);
+  // Without position and size it docks itself along the bottom edge.
+  const HWND bar = CreateWindowExW(0, STATUSCLASSNAMEW, nullptr, WS_CHILD | WS_VISIBLE | CCS_BOTTOM, 0, 0, 0, 0, m_hDlg,
+                                   reinterpret_cast<HMENU>(static_cast<INT_PTR>(IDC_STATUS_BAR)), g_hInstance, nullptr);
+  const int rightEdges[] = {client.right - 2 * STATUS_PART_WIDTH, client.right - STATUS_PART_WIDTH, client.right};
+  SendMessageW(bar, SB_SETPARTS, std::size(rightEdges), reinterpret_cast<LPARAM>(rightEdges));
+  SendMessageW(bar, SB_SETICON, 1, reinterpret_cast<LPARAM>(LoadDialogIcon(IDI_AREA_POSITION, STATUS_ICON_SIZE)));
+  SendMessageW(bar, SB_SETICON, 2, reinterpret_cast<LPARAM>(LoadDialogIcon(IDI_AREA_SIZE, STATUS_ICON_SIZE)));
+}
+
+void SCAN_DIALOG::TakePaneRectangle() {
+  const HWND pane = GetDlgItem(m_hDlg, IDC_PREVIEW_PANE);
+  m_wpPane.length = sizeof(m_wpPane);
+  GetWindowPlacement(pane, &m_wpPane);
+  if (m_bRightToLeft) {
+    DropMirroring(pane);
+    DropMirroring(GetDlgItem(m_hDlg, IDC_HORIZONTAL_SCROLL));
+    for (const HWND tool : {m_hwndToolSelect, m_hwndToolZoom, m_hwndToolRotate, m_hwndToolPan}) {
+      DropMirroring(tool);
+    }
+    // A placement inside a mirrored window is mirrored on some systems and not on others; screen coordinates never are.
+    RECT paneOnScreen = {};
+    RECT clientOnScreen = {};
+    GetWindowRect(pane, &paneOnScreen);
+    GetClientRect(m_hDlg, &clientOnScreen);
+    MapWindowPoints(m_hDlg, nullptr, reinterpret_cast<POINT*>(&clientOnScreen), 2);
+    OffsetRect(&paneOnScreen, -clientOnScreen.left, -clientOnScreen.top);
+    m_wpPane.rcNormalPosition = paneOnScreen;
+  }
+  const RECT& pixels = m_wpPane.rcNormalPosition;
+  m_rcPane = {pixels.left, pixels.top, pixels.right, pixels.bottom};
+}
+
+void SCAN_DIALOG::LoadPaneCursors() {
+  m_cursorCross.reset(LoadDialogCursor(IDC_CURSOR_CROSS));
+  m_cursorSizeNWSE.reset(LoadDialogCursor(IDC_CURSOR_SIZE_NWSE));
+  m_hCurCross = m_cursorCross.get();
+  m_hCurSizeNWSE = m_cursorSizeNWSE.get();
+  // The platform takes an icon wherever it takes a cursor.
+  m_hCurPan = LoadDialogIcon(IDI_PAN, CURSOR_ICON_SIZE);
+  m_hCurZoomIn = LoadDialogIcon(IDI_ZOOM_IN, CURSOR_ICON_SIZE);
+  m_hCurZoomOut = LoadDialogIcon(IDI_ZOOM_OUT, CURSOR_ICON_SIZE);
+  m_hCurPanning = LoadDialogIcon(IDI_PANNING, CURSOR_ICON_SIZE);
+  m_hCurArrow = LoadCursorW(nullptr, IDC_ARROW);
+}
+
+void SCAN_DIALOG::SetToolIcons() {
+  const auto setIcon = [this](HWND button, int icon) {
+    SendMessageW(button, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(LoadDialogIcon(icon, TOOL_ICON_SIZE)));
+  };
+  setIcon(m_hwndToolSelect, IDI_TOOL_SELECT);
+  setIcon(m_hwndToolZoom, IDI_ZOOM_IN);
+  setIcon(m_hwndToolRotate, IDI_ROTATE_RIGHT);
+  setIcon(m_hwndToolPan, IDI_PAN);
+}
+
+void SCAN_DIALOG::FillZoomList() {
+  const HWND list = GetDlgItem(m_hDlg, IDC_ZOOM_LIST);
+  for (const settings::ZoomStep& step : settings::ZOOM_TABLE) {
+    wchar_t text[ZOOM_TEXT_CAPACITY] = {};
+    g_pLangResource->GetTextW(static_cast<UINT>(step.stringId), text, ZOOM_TEXT_CAPACITY);
+    const LRESULT item = SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text));
+    SendMessageW(list, CB_SETITEMDATA, static_cast<WPARAM>(item), step.percent);
+  }
+  SendMessageW(list, CB_SETCURSEL, settings::ZOOM_DEFAULT_INDEX, 0);
+}
+
+HICON SCAN_DIALOG::LoadDialogIcon(int id, int size) {
+  for (const LoadedIcon& loaded : m_icons) {
+    if (loaded.id == id && loaded.size == size) {
+      return loaded.icon.get();
+    }
+  }
+  platform::Icon icon(
+      static_cast<HICON>(LoadImageW(g_hInstance, MAKEINTRESOURCEW(id), IMAGE_ICON, size, size, LR_DEFAULTCOLOR)));
+  if (icon == nullptr) {
+    return nullptr;
+  }
+  m_icons.push_back({id, size, std::move(icon)});
+  return m_icons.back().icon.get();
+}

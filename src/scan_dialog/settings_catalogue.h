@@ -1,0 +1,136 @@
+// What the scan dialog offers: every list with its entries in the order shown, the value each entry stands for, the
+// defaults, the labels and the zoom table. Plain data without windows, read by initialisation, by SetDefaults and by
+// the property mapping, so that no list exists twice.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "resources/resource_ids.h"
+
+namespace settings {
+
+// One entry of a drop-down list. The text is a string of the tables, or a literal that is the same in every language.
+struct ListEntry {
+  int stringId;         // 0: the literal
+  const wchar_t* text;  // null: the string
+  std::int32_t value;   // what the device is told; the unit is the property's
+};
+
+// A drop-down list of the dialog. A setting is the position of the selected entry.
+struct SettingList {
+  int control;
+  std::span<const ListEntry> entries;
+  int defaultIndex;
+};
+
+struct PaperSize {
+  const wchar_t* name;
+  std::int32_t pageSizeCode;  // WIA_PAGE_*; above WIA_PAGE_CUSTOM_BASE (0x8000) the driver's own sizes
+};
+
+// Shared by Original Size and Send Size. The device knows the dimensions; the dialog only names them.
+inline constexpr std::array<PaperSize, 23> PAPER_SIZE_NAMES = {{
+    {L"Letter", 1},
+    {L"Legal", 3},
+    {L"Statement", 5},
+    {L"A4", 0},
+    {L"A5", 11},
+    {L"A6", 12},
+    {L"B5", 22},
+    {L"B6", 23},
+    {L"Folio", 0x8001},
+    {L"Oficio II", 0x8002},
+    {L"Executive", 0x8003},
+    {L"Envelope #10", 0x8004},
+    {L"Envelope #9", 0x8005},
+    {L"Envelope Monarch", 0x8006},
+    {L"Envelope #6", 0x8007},
+    {L"Envelope C5", 0x8008},
+    {L"Envelope DL", 0x8009},
+    {L"Hakaki", 0x800A},
+    {L"Oufukuhagaki", 0x800B},
+    {L"Youkei 2", 0x800C},
+    {L"Youkei 4", 0x800D},
+    {L"16K", 0x800F},  // the device has no size 0x800E
+    {L"ISO B5", 0x8010},
+}};
+
+inline constexpr std::int32_t PAGE_SIZE_AUTO = 100;  // WIA_PAGE_AUTO
+
+extern const SettingList ORIGINAL_SIZE;     // value: page-size code
+extern const SettingList PLACEMENT;         // value: WIA rotation
+extern const SettingList FEED_METHOD;       // value: the driver's auto-feed flag
+extern const SettingList ORIGINAL_QUALITY;  // value: the driver's quality code
+extern const SettingList SCAN_METHOD;       // value: number of pages, 0 for all
+extern const SettingList SEND_SIZE;         // value: page-size code
+extern const SettingList SCAN_COLOR;        // value: WIA data type
+extern const SettingList RESOLUTION;        // value: dots per inch; 400 and 600 only where the device offers them
+
+// Position of the flatbed in FEED_METHOD: chosen when the device has no feeder.
+inline constexpr int FEED_METHOD_AUTO_INDEX = 0;
+inline constexpr int FEED_METHOD_PLATEN_INDEX = 2;
+
+// The lists in the order in which initialisation fills them.
+extern const std::array<const SettingList*, 8> ALL_LISTS;
+
+// The value of the entry at a list position; fallback for a position that the list does not have, such as CB_ERR (-1).
+std::int32_t ValueAt(const SettingList& list, int index, std::int32_t fallback);
+
+// True when the Resolution list holds this entry: always for 200 and 300 dpi.
+bool IsResolutionOffered(const ListEntry& entry, bool has400, bool has600);
+
+// Dots per inch of a Resolution entry by its text, since its position depends on the device; 0 for any other text.
+std::int32_t ResolutionOfText(std::wstring_view text);
+
+struct ZoomStep {
+  int stringId;
+  int percent;
+};
+
+inline constexpr std::array<ZoomStep, 7> ZOOM_TABLE = {{
+    {IDS_ZOOM_50, 50},
+    {IDS_ZOOM_75, 75},
+    {IDS_ZOOM_100, 100},
+    {IDS_ZOOM_150, 150},
+    {IDS_ZOOM_200, 200},
+    {IDS_ZOOM_300, 300},
+    {IDS_ZOOM_400, 400},
+}};
+inline constexpr int ZOOM_DEFAULT_INDEX = 2;
+
+inline constexpr int BRIGHTNESS_MINIMUM = -3;
+inline constexpr int BRIGHTNESS_MAXIMUM = 3;
+inline constexpr int BRIGHTNESS_DEFAULT = 0;
+
+struct Label {
+  int control;
+  int stringId;
+};
+
+// Every visible text of the template, in the order in which it is set.
+inline constexpr std::array<Label, 18> LABELS = {{
+    {IDC_ORIGINAL_SETTINGS_GROUP, IDS_ORIGINAL_SETTINGS},
+    {IDC_ORIGINAL_SIZE_LABEL, IDS_ORIGINAL_SIZE},
+    {IDC_PLACEMENT_LABEL, IDS_ORIGINAL_PLACEMENT},
+    {IDC_FEED_METHOD_LABEL, IDS_FEED_METHOD},
+    {IDC_SCAN_SETTINGS_GROUP, IDS_SCAN_SETTINGS},
+    {IDC_ORIGINAL_QUALITY_LABEL, IDS_ORIGINAL_QUALITY},
+    {IDC_SCAN_METHOD_LABEL, IDS_SCAN_METHOD},
+    {IDC_SEND_SIZE_LABEL, IDS_SEND_SIZE},
+    {IDC_IMAGE_SETTINGS_GROUP, IDS_IMAGE_SETTINGS},
+    {IDC_SCAN_COLOR_LABEL, IDS_SCAN_COLOR},
+    {IDC_RESOLUTION_LABEL, IDS_RESOLUTION},
+    {IDC_IMAGE_CONTROL_GROUP, IDS_IMAGE_CONTROL},
+    {IDC_BRIGHTNESS_LABEL, IDS_BRIGHTNESS},
+    {IDC_AUTO_BRIGHTNESS, IDS_AUTO},
+    {IDC_PREVIEW, IDS_PREVIEW},
+    {IDC_SCAN, IDS_SCAN},
+    {IDC_DEFAULT, IDS_DEFAULT},
+    {2, IDS_CLOSE},  // IDCANCEL
+}};
+
+}  // namespace settings

@@ -1,0 +1,146 @@
+#include "scanning/transfer_callback.h"
+
+#include <shlobj.h>
+#include <shlwapi.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "entry/debug_trace.h"
+#include "platform/scoped.h"
+#include "resources/lang_resource.h"
+#include "resources/resource_ids.h"
+// Last: it declares the unbounded string functions deprecated.
+#include <strsafe.h>
+
+namespace {
+
+struct DeviceError {
+  HRESULT status;
+  UINT stringId;
+};
+
+constexpr DeviceError DEVICE_ERRORS[] = {
+    {static_cast<HRESULT>(0x800403E9), IDS_ERROR_NO_PAPER},
+    {static_cast<HRESULT>(0x800403EA), IDS_ERROR_PAPER_JAM},
+    {static_cast<HRESULT>(0x800403EB), IDS_ERROR_BUSY},
+    {static_cast<HRESULT>(0x800403EC), IDS_ERROR_SCAN_FAILURE},
+    {static_cast<HRESULT>(0x800403ED), IDS_ERROR_COVER_OPEN},
+    {static_cast<HRESULT>(0x800403EE), IDS_ERROR_OFFLINE},
+};
+
+// Counts a call for the length of a scope, so that Close can wait for it.
+class CallInside {
+ public:
+  explicit CallInside(std::atomic<int>& count) noexcept : m_count(count) { ++m_count; }
+  ~CallInside() { --m_count; }
+  CallInside(const CallInside&) = delete;
+  CallInside& operator=(const CallInside&) = delete;
+
+ private:
+  std::atomic<int>& m_count;
+};
+
+// The path itself, or "name (2).JPG" and so on when a file of that name exists. The file's folder and leaf name go in
+// separately: the form that takes a full path appends "(null)" on one runtime.
+void MakeUniquePath(wchar_t* unique, const wchar_t* path) {
+  wchar_t folder[MAX_PATH] = {};
+  StringCchCopyW(folder, MAX_PATH, path);
+  PathRemoveFileSpecW(folder);
+  PathYetAnotherMakeUniqueName(unique, folder, nullptr, PathFindFileNameW(path));
+}
+
+}  // namespace
+
+CSimpleWIACallback::CSimpleWIACallback(HWND owner, const wchar_t* filePath, Purpose purpose)
+    : m_hwndOwner(owner), m_purpose(purpose) {
+  StringCchCopyW(m_wszFileName, MAX_PATH, filePath);
+}
+
+HRESULT STDMETHODCALLTYPE CSimpleWIACallback::QueryInterface(REFIID riid, void** ppv) {
+  if (ppv == nullptr) {
+    return E_POINTER;
+  }
+  *ppv = nullptr;
+  if (!IsEqualIID(riid, IID_IUnknown) && !IsEqualIID(riid, IID_IWiaTransferCallback)) {
+    return E_NOINTERFACE;
+  }
+  *ppv = static_cast<IWiaTransferCallback*>(this);
+  AddRef();
+  return S_OK;
+}
+
+ULONG STDMETHODCALLTYPE CSimpleWIACallback::AddRef() { return static_cast<ULONG>(InterlockedIncrement(&m_cRef)); }
+
+ULONG STDMETHODCALLTYPE CSimpleWIACallback::Release() {
+  const LONG count = InterlockedDecrement(&m_cRef);
+  if (count == 0) {
+    delete this;
+  }
+  return static_cast<ULONG>(count);
+}
+
+HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, WiaTransferParams* pWiaTransferParams) {
+  const CallInside inside(m_callsInside);
+  if (m_closed || pWiaTransferParams == nullptr || pWiaTransferParams->lMessage != WIA_TRANSFER_MSG_STATUS) {
+    return S_OK;
+  }
+  const HRESULT status = pWiaTransferParams->hrErrorStatus;
+  const auto error = std::find_if(std::begin(DEVICE_ERRORS), std::end(DEVICE_ERRORS),
+                                  [status](const DeviceError& known) { return known.status == status; });
+  if (error != std::end(DEVICE_ERRORS)) {
+    // On another thread the box has no owner: disabling the dialog would wait for its thread, which waits in Download.
+    const bool onDialogThread = GetWindowThreadProcessId(m_hwndOwner, nullptr) == GetCurrentThreadId();
+    g_pLangResource->ShowMessage(onDialogThread ? m_hwndOwner : nullptr, error->stringId);
+  }
+  return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CSimpleWIACallback::GetNextStream(LONG /*lFlags*/, BSTR /*bstrItemName*/,
+                                                            BSTR /*bstrFullItemName*/, IStream** ppDestination) {
+  const CallInside inside(m_callsInside);
+  if (m_closed || ppDestination == nullptr) {
+    return E_FAIL;
+  }
+  AcquireSRWLockExclusive(&m_filesLock);
+  const HRESULT result = CreatePageFile(ppDestination);
+  ReleaseSRWLockExclusive(&m_filesLock);
+  return result;
+}
+
+HRESULT CSimpleWIACallback::CreatePageFile(IStream** destination) {
+  wchar_t wszFileName[MAX_PATH] = {};
+  MakeUniquePath(wszFileName, m_wszFileName);
+  DebugTrace(L"CSimpleWIACallback::GetNextStream - wszFileName = [%s]\n", wszFileName);
+
+  // Creates the file and fails when one of that name has appeared meanwhile.
+  platform::ComPtr<IStream> stream;
+  if (SHCreateStreamOnFileEx(wszFileName, STGM_READWRITE, FILE_ATTRIBUTE_NORMAL, TRUE, nullptr, &stream) != S_OK) {
+    return E_FAIL;
+  }
+  try {
+    RememberFile(wszFileName);
+  } catch (...) {
+    stream.Reset();
+    DeleteFileW(wszFileName);
+    return E_FAIL;
+  }
+  *destination = stream.Detach();
+  return S_OK;
+}
+
+void CSimpleWIACallback::RememberFile(const wchar_t* path) {
+  if (m_firstFile.empty()) {
+    m_firstFile = path;
+  } else if (m_purpose == Purpose::Preview) {
+    m_laterPreviewFiles.emplace_back(path);
+  }
+}
+
+void CSimpleWIACallback::Close() noexcept {
+  m_closed = true;
+  // Only calls on other threads can still be inside; a message box there ends when the user closes it.
+  while (m_callsInside != 0) {
+    Sleep(1);
+  }
+}

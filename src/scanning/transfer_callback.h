@@ -1,0 +1,61 @@
+// The transfer's other end: makes the files that the device writes into and shows the device's error messages.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "platform/wia2.h"
+
+// Made on the heap with one reference, which Close must precede; frees itself with the last. The platform may take and
+// drop references and call from other threads; after Close every call is refused, since a driver that keeps the
+// callback would otherwise make files, or show messages, for a dialog that is gone.
+class CSimpleWIACallback final : public IWiaTransferCallback {
+ public:
+  // What becomes of the files: a scan's pages stay where they are made; of a preview only the first page is used, so
+  // the others are remembered for deletion.
+  enum class Purpose { Scan, Preview };
+
+  // owner: the dialog window, owner of the message boxes. filePath: where the first page goes; cut to 259 characters.
+  CSimpleWIACallback(HWND owner, const wchar_t* filePath, Purpose purpose);
+  CSimpleWIACallback(const CSimpleWIACallback&) = delete;
+  CSimpleWIACallback& operator=(const CSimpleWIACallback&) = delete;
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
+  ULONG STDMETHODCALLTYPE AddRef() override;
+  ULONG STDMETHODCALLTYPE Release() override;
+
+  // Shows the message of a known device error, modally: the transfer waits. Always S_OK; it never cancels.
+  HRESULT STDMETHODCALLTYPE TransferCallback(LONG lFlags, WiaTransferParams* pWiaTransferParams) override;
+
+  // Creates the next page's file, under the path itself or a variant of it that does not exist yet; never opens a file
+  // that is there. The caller owns the stream. E_FAIL with *ppDestination untouched when no file could be made.
+  HRESULT STDMETHODCALLTYPE GetNextStream(LONG lFlags, BSTR bstrItemName, BSTR bstrFullItemName,
+                                          IStream** ppDestination) override;
+
+  // The transfer is over: refuses further calls and waits for one that another thread is in.
+  void Close() noexcept;
+
+  // After Close. The first file that was created; empty when no stream was asked for.
+  const std::wstring& FirstFile() const noexcept { return m_firstFile; }
+  // After Close. The later files of a preview.
+  const std::vector<std::wstring>& LaterPreviewFiles() const noexcept { return m_laterPreviewFiles; }
+
+ private:
+  ~CSimpleWIACallback() = default;
+  HRESULT CreatePageFile(IStream** destination);
+  void RememberFile(const wchar_t* path);
+
+  volatile LONG m_cRef = 1;
+  HWND m_hwndOwner;
+  wchar_t m_wszFileName[MAX_PATH] = {};
+
+  Purpose m_purpose;
+  std::atomic<bool> m_closed = false;
+  std::atomic<int> m_callsInside = 0;
+  SRWLOCK m_filesLock = SRWLOCK_INIT;
+  std::wstring m_firstFile;
+  std::vector<std::wstring> m_laterPreviewFiles;
+};

@@ -1,0 +1,123 @@
+// Runs the real dialog, made from the built library's resources, and hands it to a script inside its message loop.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/module_instance.h"
+#include "resources/lang_resource.h"
+#include "resources/resource_ids.h"
+#include "scan_dialog/scan_dialog.h"
+#include "tests/image_samples.h"
+
+namespace harness {
+
+// The built library, loaded beside the test program; g_hInstance points at it while the tests run.
+HMODULE Library();
+
+// Handles every message that is waiting, paint messages included.
+inline void Pump(HWND hDlg) {
+  MSG message;
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    if (!IsDialogMessageW(hDlg, &message)) {
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
+    }
+  }
+}
+
+class TestDialog : public SCAN_DIALOG {
+ public:
+  using Script = std::function<void(TestDialog&)>;
+  static constexpr UINT RUN_SCRIPT = WM_APP + 0x77;
+
+  using BASE_DIALOG::m_bButtonDown, BASE_DIALOG::m_bMouseInPane, BASE_DIALOG::m_bPanTool, BASE_DIALOG::m_bRightToLeft;
+  using BASE_DIALOG::m_bSelecting, BASE_DIALOG::m_bSelectTool, BASE_DIALOG::m_bZoomTool, BASE_DIALOG::m_hDlg;
+  using BASE_DIALOG::m_pDeviceDialogData;
+  using SCAN_DIALOG::ClearPane, SCAN_DIALOG::DrawPreviewImage, SCAN_DIALOG::DrawSelectionFrame;
+  using SCAN_DIALOG::EraseSelectionFrame, SCAN_DIALOG::GetImageEditParams, SCAN_DIALOG::OnZoomComboChange;
+  using SCAN_DIALOG::m_bFrameHidden, SCAN_DIALOG::m_bInch, SCAN_DIALOG::m_bPreviewLoaded;
+  using SCAN_DIALOG::m_bHasFeeder, SCAN_DIALOG::m_bRes400, SCAN_DIALOG::m_bRes600, SCAN_DIALOG::m_bRepaintPreview;
+  using SCAN_DIALOG::m_bTransferring, SCAN_DIALOG::m_bZoomIn, SCAN_DIALOG::m_dZoom, SCAN_DIALOG::m_nRotation;
+  using SCAN_DIALOG::m_dImageHeightMm, SCAN_DIALOG::m_dImageWidthMm, SCAN_DIALOG::m_nImageDpiX;
+  using SCAN_DIALOG::m_nImageDpiY, SCAN_DIALOG::m_nImageHeight, SCAN_DIALOG::m_nImageWidth;
+  using SCAN_DIALOG::m_nScrollX, SCAN_DIALOG::m_nScrollY, SCAN_DIALOG::m_siHorz, SCAN_DIALOG::m_siVert;
+  using SCAN_DIALOG::m_ptAnchor, SCAN_DIALOG::m_ptMouse, SCAN_DIALOG::m_rcFrame, SCAN_DIALOG::m_rcPane;
+  using SCAN_DIALOG::m_rcSelection, SCAN_DIALOG::m_wstrPreviewFile, SCAN_DIALOG::PointerPosition;
+  using SCAN_DIALOG::ReadSettings, SCAN_DIALOG::SetDefaults, SCAN_DIALOG::TransferImage;
+  using SCAN_DIALOG::RotateSelection, SCAN_DIALOG::SyncZoomCombo, SCAN_DIALOG::UpdateAreaReadout;
+  using SCAN_DIALOG::UpdateScrollBars, SCAN_DIALOG::ZoomInAt, SCAN_DIALOG::ZoomOutAt, SCAN_DIALOG::m_hCurArrow;
+  using SCAN_DIALOG::m_hCurCross, SCAN_DIALOG::m_hCurPan, SCAN_DIALOG::m_hCurPanning, SCAN_DIALOG::m_hCurSizeNWSE;
+  using SCAN_DIALOG::m_hCurZoomIn, SCAN_DIALOG::m_hCurZoomOut;
+
+  INT_PTR OnInitDialog(HWND hDlg, WPARAM wParam, LPARAM lParam) override {
+    const INT_PTR result = SCAN_DIALOG::OnInitDialog(hDlg, wParam, lParam);
+    PostMessageW(hDlg, RUN_SCRIPT, 0, 0);
+    return result;
+  }
+  INT_PTR OnAppMessage(HWND hDlg, UINT message, WPARAM, LPARAM) override {
+    if (message == RUN_SCRIPT && script) {
+      Pump(hDlg);
+      const Script once = std::move(script);
+      script = nullptr;
+      once(*this);
+      EndDialog(hDlg, IDCANCEL);
+    }
+    return FALSE;
+  }
+
+  HWND Control(int id) const { return GetDlgItem(m_hDlg, id); }
+  LRESULT Send(int id, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const {
+    return SendDlgItemMessageW(m_hDlg, id, message, wParam, lParam);
+  }
+  void Command(int id, int notification = 0) {
+    SendMessageW(m_hDlg, WM_COMMAND, MAKEWPARAM(id, notification), reinterpret_cast<LPARAM>(Control(id)));
+  }
+  bool Enabled(int id) const { return IsWindowEnabled(Control(id)) != FALSE; }
+  std::wstring Text(int id) const {
+    wchar_t text[1024] = {};
+    GetWindowTextW(id == 0 ? m_hDlg : Control(id), text, 1024);
+    return text;
+  }
+  std::wstring StatusText(int part) const {
+    wchar_t text[256] = {};
+    Send(IDC_STATUS_BAR, SB_GETTEXTW, static_cast<WPARAM>(part), reinterpret_cast<LPARAM>(text));
+    return text;
+  }
+  // A pixel of the screen at unmirrored dialog client coordinates.
+  COLORREF PixelAt(int x, int y) const {
+    RECT client = {};
+    GetClientRect(m_hDlg, &client);
+    MapWindowPoints(m_hDlg, nullptr, reinterpret_cast<POINT*>(&client), 2);
+    const platform::WindowDC screen(nullptr);
+    return GetPixel(screen.get(), client.left + x, client.top + y);
+  }
+
+  Script script;
+};
+
+// Runs a dialog modally for this request and calls the script once it is shown; the dialog ends with the script, or when
+// the script ended it. Its end code.
+INT_PTR RunDialog(TestDialog& dialog, const TestDialog::Script& script, DEVICEDIALOGDATA2* request = nullptr);
+
+// Answers message boxes with this caption as a user would, from another thread, and keeps their texts.
+class MessageBoxCloser {
+ public:
+  explicit MessageBoxCloser(const std::wstring& caption);
+  ~MessageBoxCloser();
+  // Texts shown so far. Call after the boxes are closed.
+  const std::vector<std::wstring>& Texts() const { return m_texts; }
+
+ private:
+  void Run(const std::wstring& caption);
+  std::atomic<bool> m_stop = false;
+  std::vector<std::wstring> m_texts;
+  std::thread m_thread;
+};
+
+}  // namespace harness

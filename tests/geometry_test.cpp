@@ -1,0 +1,192 @@
+// The preview pane's arithmetic, without a window; also built natively, under the sanitizers.
+#include "preview/geometry.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <optional>
+#include <string>
+#include <tuple>
+
+#include "preview/readout_format.h"
+
+namespace {
+
+using namespace preview;
+
+// A pane from 400 to 640 over a letter page of 1700 pixels at 200 dpi.
+AxisView Page(double zoom, std::int32_t scroll = 0) { return {400, 640, scroll, 1700, 200, zoom}; }
+
+constexpr int ZOOM_TABLE[] = {50, 75, 100, 150, 200, 300, 400};
+
+TEST(GeometryConversions, PointerImageMillimetreAndBack) {
+  EXPECT_EQ(ImagePixelAt(Page(0.12, 100), 412), 200);
+  EXPECT_EQ(ImagePixelAt(Page(0.12, 100), 401), 108);  // 8.33 cut
+  EXPECT_EQ(ImagePixelAt(Page(0.12, 100), 399), 92);   // -8.33 cut toward zero, not down
+  EXPECT_EQ(MillimetresAt(200, 200), 25);
+  EXPECT_EQ(MillimetresAt(4, 200), 1);  // 0.508
+  EXPECT_EQ(MillimetresAt(3, 200), 0);  // 0.381
+  EXPECT_DOUBLE_EQ(ImageMillimetres(1700, 200), 215.9);
+  EXPECT_EQ(ClientAt(Page(0.12), 127), 520);
+  EXPECT_EQ(ClientAt(Page(0.12, 100), 0), 388);
+  EXPECT_EQ(ClientAt(Page(0.12, 4000), 1), -79);                 // -79.05... is cut toward zero
+  EXPECT_EQ(ClientAt(Page(0.12), -10), 20291574);                // the product with the resolution is unsigned
+  EXPECT_EQ(MovingCornerMillimetres(Page(0.12), 412, 424), 25);  // 12.7 + 12.7: unrounded before the sum
+  EXPECT_EQ(MovingCornerMillimetres(Page(0.12, 500), 500, 412), 76);
+}
+
+TEST(GeometryConversions, NothingOverflowsOrDividesByZero) {
+  EXPECT_EQ(Truncate(std::numeric_limits<double>::infinity()), COORDINATE_LIMIT);
+  EXPECT_EQ(Truncate(-1e300), -COORDINATE_LIMIT);
+  EXPECT_EQ(Truncate(std::numeric_limits<double>::quiet_NaN()), 0);
+  EXPECT_EQ(Truncate(-1.9), -1);
+  EXPECT_EQ(TruncateUnsigned(-5.0), 0U);
+  EXPECT_EQ(MillimetresAt(500, 0), 0);
+  EXPECT_EQ(ImageMillimetres(500, 0), 0.0);
+  const std::uint32_t huge = std::numeric_limits<std::uint32_t>::max();
+  for (const double zoom : {0.0, 1e-300, 0.12, 1e300}) {
+    for (const std::uint32_t size : {0U, 1U, 65500U, huge}) {
+      for (const std::uint32_t dpi : {0U, 1U, 600U, huge}) {
+        const AxisView view = {400, 640, COORDINATE_LIMIT, size, dpi, zoom};
+        EXPECT_LE(ClampScroll(view), COORDINATE_LIMIT);
+        EXPECT_LE(CentredScroll(huge, view), COORDINATE_LIMIT);
+        EXPECT_GE(SettleScroll(view, -COORDINATE_LIMIT), -COORDINATE_LIMIT);
+        EXPECT_LE(VisibleImageLimit(view), 640);
+        EXPECT_LE(CoveredPanePixels(view), 240);
+        EXPECT_LE(ClientAt(view, -COORDINATE_LIMIT), COORDINATE_LIMIT);
+        EXPECT_LE(MovingCornerMillimetres(view, 65535, 0), COORDINATE_LIMIT);
+        EXPECT_LE(PercentOfScale(zoom), COORDINATE_LIMIT);
+      }
+    }
+  }
+}
+
+TEST(GeometryScrolling, OffsetsStayInTheImage) {
+  EXPECT_EQ(LargestScroll(Page(0.24)), 700);
+  EXPECT_EQ(ClampScroll(Page(0.24, 701)), 700);
+  EXPECT_EQ(ClampScroll(Page(0.24, -1)), 0);
+  EXPECT_EQ(ClampScroll(Page(0.12, 50)), 0);  // 204 pane pixels of 240: smaller than the pane
+  EXPECT_EQ(CentredScroll(850, Page(0.24)), 350);
+  EXPECT_EQ(CentredScroll(10, Page(0.24)), -490);
+  EXPECT_EQ(VisibleImageLimit(Page(0.12)), 604);
+  EXPECT_EQ(VisibleImageLimit(Page(0.24)), 640);
+  EXPECT_EQ(CoveredPanePixels(Page(0.12)), 204);
+  EXPECT_EQ(CoveredPanePixels(Page(0.24)), 240);
+  EXPECT_EQ(ImagePixelsIn(240, 0.36), 666U);
+}
+
+TEST(GeometryScrolling, EveryScrollRequest) {
+  const ScrollBarState bar = {300, 1700, 1000};
+  const struct {
+    int request;
+    std::optional<std::int32_t> position;
+  } cases[] = {{0, 290}, {1, 310}, {2, -700}, {3, 1300}, {4, {}}, {5, 42}, {6, 0}, {7, 1700}, {8, {}}, {-1, {}}};
+  for (const auto& c : cases) EXPECT_EQ(ScrolledPosition(c.request, bar, 42), c.position) << c.request;
+  EXPECT_EQ(ScrolledPosition(5, bar, 300), std::nullopt);         // the thumb has not moved
+  EXPECT_EQ(ScrolledPosition(3, {0, 1700, 0}, 0), std::nullopt);  // no page, no step
+  EXPECT_EQ(ScrolledPosition(1, {1700, 1700, 1000}, 0), 1700);    // at the end nothing is added
+  const AxisView wide = Page(0.24);
+  EXPECT_EQ(SettleScroll(wide, -700), 0);
+  EXPECT_EQ(SettleScroll(wide, 1), 1);
+  EXPECT_EQ(SettleScroll(wide, 1700), 700);
+  EXPECT_EQ(SettleScroll(Page(0.12), 0), -300);  // smaller than the pane: the bar keeps the negative offset
+}
+
+TEST(GeometryZoom, StepsAndPercentages) {
+  for (std::size_t i = 0; i < std::size(ZOOM_TABLE); ++i) {
+    EXPECT_EQ(PercentOfScale(ScaleOfPercent(ZOOM_TABLE[i])), ZOOM_TABLE[i]);
+    EXPECT_EQ(NextPercent(ZOOM_TABLE, ZOOM_TABLE[i], ZoomDirection::In, -1), ZOOM_TABLE[i < 6 ? i + 1 : 6]);
+    EXPECT_EQ(NextPercent(ZOOM_TABLE, ZOOM_TABLE[i], ZoomDirection::Out, -1), ZOOM_TABLE[i > 0 ? i - 1 : 0]);
+  }
+  EXPECT_EQ(NextPercent(ZOOM_TABLE, 120, ZoomDirection::In, 75), 75);
+  EXPECT_EQ(ScaleOfPercent(100), SCALE_AT_100_PERCENT);
+}
+
+TEST(GeometryFrame, TurnsWithItsPage) {
+  const Rect frame = {10, 20, 110, 70};  // on a page of 215.9 x 279.4 mm
+  EXPECT_EQ(TurnFrame(frame, Turn::Right, 279.4, 215.9), (Rect{209, 10, 259, 110}));
+  EXPECT_EQ(TurnFrame(frame, Turn::Left, 279.4, 215.9), (Rect{20, 105, 70, 205}));
+  EXPECT_EQ(TurnFrame(frame, Turn::UpsideDown, 215.9, 279.4), (Rect{105, 209, 205, 259}));
+  EXPECT_EQ(TurnFrame(frame, Turn::None, 215.9, 279.4), frame);
+  EXPECT_EQ(TurnFrame({0, 0, 216, 279}, Turn::UpsideDown, 215.9, 279.4), (Rect{0, 0, 215, 279}));  // -0.1 becomes 0
+}
+
+// On a page of whole millimetres nothing is cut, and four quarter turns are the identity. On any other page each of
+// the two turns that subtract from the fractional side cuts up to a millimetre off the same coordinate.
+TEST(GeometryFrame, FourQuarterTurns) {
+  for (const auto& [width, height, drift] : {std::tuple{210.0, 297.0, 0}, {215.9, 279.4, 1}, {100.5, 300.0, 1}}) {
+    for (const Turn turn : {Turn::Right, Turn::Left}) {
+      for (int left = 0; left < 90; left += 7) {
+        const Rect start = {left, left * 2, left + 10, left * 2 + 33};
+        Rect frame = start;
+        for (int i = 0; i < 4; ++i) {
+          frame = TurnFrame(frame, turn, i % 2 == 0 ? height : width, i % 2 == 0 ? width : height);
+          EXPECT_EQ(frame.width(), i % 2 == 0 ? start.height() : start.width());
+        }
+        for (const int moved : {start.left - frame.left, start.top - frame.top}) {
+          EXPECT_GE(moved, 0);
+          EXPECT_LE(moved, drift);
+        }
+      }
+    }
+  }
+}
+
+TEST(GeometryFrame, MinimumSideInBothDirectionsAndAtBothEdges) {
+  const struct {
+    Side drawn;
+    bool backwards;
+    Side expected;
+  } cases[] = {{{50, 53}, false, {50, 60}}, {{50, 47}, true, {50, 40}},     {{50, 50}, false, {50, 60}},
+               {{50, 59}, false, {50, 60}}, {{50, 60}, false, {50, 60}},    {{50, 40}, true, {50, 40}},
+               {{4, 2}, true, {10, 0}},     {{10, 9}, true, {10, 0}},       {{210, 212}, false, {206, 216}},
+               {{5, 9}, false, {5, 15}},    {{205, 206}, false, {205, 215}}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(WithMinimumLength(c.drawn, c.backwards, 215.9), c.expected) << c.drawn.start << " " << c.drawn.end;
+  }
+}
+
+TEST(GeometryFrame, CornerAndClamping) {
+  const Rect pane = {400, 50, 640, 400};
+  const Rect frame = {420, 60, 500, 100};
+  for (int d = -6; d <= 6; ++d) {
+    EXPECT_EQ(IsOnResizeCorner({500 + d, 104}, frame), d >= -4 && d <= 4) << d;
+    EXPECT_EQ(IsOnResizeCorner({496, 100 + d}, frame), d >= -4 && d <= 4) << d;
+  }
+  const struct {
+    Rect drawn;
+    Rect clamped;
+    bool visible;
+  } cases[] = {{frame, frame, true},
+               {{500, 100, 420, 60}, {500, 100, 420, 60}, true},  // reversed, as in a drag
+               {{300, 60, 500, 900}, {400, 60, 500, 400}, true},
+               {{700, 60, 800, 100}, {640, 60, 640, 100}, false},
+               {{300, 10, 390, 40}, {400, 50, 400, 50}, false},
+               {{420, 60, 420, 100}, {420, 60, 420, 100}, false}};
+  for (const auto& c : cases) {
+    const ClampedFrame result = ClampFrame(c.drawn, pane);
+    EXPECT_EQ(result.frame, c.clamped);
+    EXPECT_EQ(result.isVisible, c.visible) << c.drawn.left << " " << c.drawn.top;
+  }
+  EXPECT_TRUE(IsInside({640, 400}, pane));
+  EXPECT_FALSE(IsInside({641, 400}, pane));
+}
+
+TEST(GeometryReadout, SameTextsAsPrintf) {
+  EXPECT_EQ(PositionText(LengthUnit::Millimetres, 5, 10), L"  5mm,  10mm");
+  EXPECT_EQ(SizeText(LengthUnit::Millimetres, 216, 1297), L"216mm x 1297mm");
+  EXPECT_EQ(PositionText(LengthUnit::Inches, 5, 10), L" 0.20inch,  0.39inch");
+  EXPECT_EQ(SizeText(LengthUnit::Inches, 216, 297), L" 8.50inch, 11.69inch");
+  for (int length = -300; length < 30000; ++length) {
+    char expected[64];
+    std::snprintf(expected, sizeof(expected), "%3dmm", length);
+    ASSERT_EQ(SizeText(LengthUnit::Millimetres, length, 0).find(std::wstring(expected, std::strchr(expected, 0))), 0U);
+    std::snprintf(expected, sizeof(expected), "%5.2finch,", static_cast<float>(length / 25.4));
+    ASSERT_EQ(SizeText(LengthUnit::Inches, length, 0).find(std::wstring(expected, std::strchr(expected, 0))), 0U);
+  }
+}
+
+}  // namespace
