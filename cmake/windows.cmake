@@ -9,16 +9,21 @@ add_compile_definitions(
 
 if(NOT MSVC)
   set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g -DNDEBUG")
-  add_compile_options(-ffunction-sections -fdata-sections)
-  add_link_options(-static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat)
+  # Two builds give the same bytes: no path of the build machine, and no time of day (below).
+  add_compile_options(-ffunction-sections -fdata-sections -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.
+    -ffile-prefix-map=${CMAKE_BINARY_DIR}=build)
+  add_link_options(-static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat -Wl,--no-insert-timestamp)
   if(CMAKE_SIZEOF_VOID_P EQUAL 8)
     add_link_options(-Wl,--high-entropy-va)
+  else()
+    # The export list names the functions as callers look them up, without the decoration of 32-bit __stdcall.
+    add_link_options(-Wl,--enable-stdcall-fixup)
   endif()
   if(CMAKE_BUILD_TYPE STREQUAL "Debug")
     # Traps instead of reporting: that needs no sanitizer runtime, which this toolchain lacks.
     add_compile_options(-fsanitize=undefined -fsanitize-undefined-trap-on-error -D_GLIBCXX_ASSERTIONS)
   endif()
-  set(CMAKE_RC_FLAGS "-c 65001")
+  string(APPEND CMAKE_RC_FLAGS " -c 65001")
 endif()
 
 # Keeps the debug information beside the program, in <file>.debug, and out of what is shipped.
@@ -53,11 +58,11 @@ wsd_split_debug_information(WiaScanDialog)
 
 file(GLOB WSD_SIMULATOR_SOURCES CONFIGURE_DEPENDS simulator/*.cpp)
 set(WSD_DEMO_SOURCES ${WSD_SIMULATOR_SOURCES})
-list(FILTER WSD_DEMO_SOURCES INCLUDE REGEX "simulator/(scan_demo|command_line|tour|device_registration)[^/]*\\.cpp$")
+list(FILTER WSD_DEMO_SOURCES INCLUDE REGEX "simulator/(scan_demo|command_line|tour)[^/]*\\.cpp$")
 list(REMOVE_ITEM WSD_SIMULATOR_SOURCES ${WSD_DEMO_SOURCES})
 add_library(wsd_simulator STATIC ${WSD_SIMULATOR_SOURCES} src/platform/wia2.cpp)
 target_include_directories(wsd_simulator PUBLIC src ${CMAKE_SOURCE_DIR})
-target_link_libraries(wsd_simulator PUBLIC gdi32 gdiplus ole32 oleaut32 shlwapi user32 uuid windowscodecs)
+target_link_libraries(wsd_simulator PUBLIC advapi32 gdi32 gdiplus ole32 oleaut32 setupapi shlwapi user32 uuid windowscodecs)
 
 if(WSD_DEMO_SOURCES)
 add_executable(scan_demo ${WSD_DEMO_SOURCES})

@@ -45,6 +45,8 @@ class TestDialog : public SCAN_DIALOG {
   using SCAN_DIALOG::m_bHasFeeder, SCAN_DIALOG::m_bRes400, SCAN_DIALOG::m_bRes600, SCAN_DIALOG::m_bRepaintPreview;
   using SCAN_DIALOG::m_bTransferring, SCAN_DIALOG::m_bZoomIn, SCAN_DIALOG::m_dZoom, SCAN_DIALOG::m_nRotation;
   using SCAN_DIALOG::m_dImageHeightMm, SCAN_DIALOG::m_dImageWidthMm, SCAN_DIALOG::m_nImageDpiX;
+  using SCAN_DIALOG::m_hCurCross, SCAN_DIALOG::m_hCurPan, SCAN_DIALOG::m_hCurPanning, SCAN_DIALOG::m_hCurSizeNWSE;
+  using SCAN_DIALOG::m_hCurZoomIn, SCAN_DIALOG::m_hCurZoomOut;
   using SCAN_DIALOG::m_nImageDpiY, SCAN_DIALOG::m_nImageHeight, SCAN_DIALOG::m_nImageWidth;
   using SCAN_DIALOG::m_nScrollX, SCAN_DIALOG::m_nScrollY, SCAN_DIALOG::m_siHorz, SCAN_DIALOG::m_siVert;
   using SCAN_DIALOG::m_ptAnchor, SCAN_DIALOG::m_ptMouse, SCAN_DIALOG::m_rcFrame, SCAN_DIALOG::m_rcPane;
@@ -52,8 +54,6 @@ class TestDialog : public SCAN_DIALOG {
   using SCAN_DIALOG::ReadSettings, SCAN_DIALOG::SetDefaults, SCAN_DIALOG::TransferImage;
   using SCAN_DIALOG::RotateSelection, SCAN_DIALOG::SyncZoomCombo, SCAN_DIALOG::UpdateAreaReadout;
   using SCAN_DIALOG::UpdateScrollBars, SCAN_DIALOG::ZoomInAt, SCAN_DIALOG::ZoomOutAt, SCAN_DIALOG::m_hCurArrow;
-  using SCAN_DIALOG::m_hCurCross, SCAN_DIALOG::m_hCurPan, SCAN_DIALOG::m_hCurPanning, SCAN_DIALOG::m_hCurSizeNWSE;
-  using SCAN_DIALOG::m_hCurZoomIn, SCAN_DIALOG::m_hCurZoomOut;
 
   INT_PTR OnInitDialog(HWND hDlg, WPARAM wParam, LPARAM lParam) override {
     const INT_PTR result = SCAN_DIALOG::OnInitDialog(hDlg, wParam, lParam);
@@ -66,7 +66,9 @@ class TestDialog : public SCAN_DIALOG {
       const Script once = std::move(script);
       script = nullptr;
       once(*this);
-      EndDialog(hDlg, IDCANCEL);
+      if (IsWindowVisible(hDlg)) {  // not when a command has ended it: EndDialog hides the window at once
+        EndDialog(hDlg, IDCANCEL);
+      }
     }
     return FALSE;
   }
@@ -101,9 +103,29 @@ class TestDialog : public SCAN_DIALOG {
   Script script;
 };
 
-// Runs a dialog modally for this request and calls the script once it is shown; the dialog ends with the script, or when
-// the script ended it. Its end code.
+// Runs a dialog modally for this request and calls the script once it is shown; the dialog ends with the script, or
+// when the script ended it. Its end code.
 INT_PTR RunDialog(TestDialog& dialog, const TestDialog::Script& script, DEVICEDIALOGDATA2* request = nullptr);
+
+// Acts on a dialog from another thread, as a user does while DeviceDialog runs: waits until it is shown, then calls the
+// action with its window.
+class DialogDriver {
+ public:
+  explicit DialogDriver(std::function<void(HWND)> action);
+  ~DialogDriver();
+
+ private:
+  std::atomic<bool> m_stop = false;
+  std::thread m_thread;
+};
+
+// Makes the allocation number `failing` (from 1) of this thread fail while it lives; 0: none. Counts them.
+class AllocationFault {
+ public:
+  explicit AllocationFault(int failing);
+  ~AllocationFault();
+  int Count() const;
+};
 
 // Answers message boxes with this caption as a user would, from another thread, and keeps their texts.
 class MessageBoxCloser {

@@ -4,7 +4,37 @@
 
 #include "tests/dialog_harness.h"
 
+namespace {
+
+BOOL CALLBACK FindScanDialog(HWND window, LPARAM found) {
+  DWORD process = 0;
+  GetWindowThreadProcessId(window, &process);
+  if (process != GetCurrentProcessId() || !IsWindowVisible(window) || !GetDlgItem(window, IDC_STATUS_BAR)) {
+    return TRUE;
+  }
+  *reinterpret_cast<HWND*>(found) = window;
+  return FALSE;
+}
+
+}  // namespace
+
 namespace harness {
+
+DialogDriver::DialogDriver(std::function<void(HWND)> action)
+    : m_thread([this, action = std::move(action)] {
+        HWND dialog = nullptr;
+        while (!m_stop && dialog == nullptr) {
+          EnumWindows(FindScanDialog, reinterpret_cast<LPARAM>(&dialog));
+          Sleep(5);
+        }
+        if (dialog != nullptr) {
+          action(dialog);
+        }
+      }) {}
+DialogDriver::~DialogDriver() {
+  m_stop = true;
+  m_thread.join();
+}
 
 HMODULE Library() {
   static const HMODULE library = [] {

@@ -93,7 +93,9 @@ void SCAN_DIALOG::OnLButtonDown(HWND hDlg, WPARAM wParam, LPARAM lParam) {
   if (!preview::IsInside(pointer, {m_rcPane.left, m_rcPane.top, limits.x, limits.y})) {
     return;
   }
-  m_ptMouse = pointer;
+  if (!m_bSelecting) {
+    m_ptMouse = pointer;  // during a drag it is the rubber band's corner, which has to be erased where it was drawn
+  }
   if (!m_bMouseInPane) {
     return;
   }

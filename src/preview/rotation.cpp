@@ -65,6 +65,8 @@ void SCAN_DIALOG::RotatePreview(HWND hDlg, int command) {
   }
   if (!hasFrame) {
     ClearAreaReadout(hDlg);
+    const platform::WindowDC dialog(hDlg);
+    DrawPaneBorder(dialog.get());
     return;
   }
   DrawSelectionFrame(hDlg);

@@ -32,7 +32,8 @@ struct Delivery {
 Delivery Download(IWiaTransfer* transfer, HWND owner, const wchar_t* path, Purpose purpose) {
   DebugTrace(L"wszFileName = [%s]", path);
   ComPtr<CSimpleWIACallback> callback;
-  callback.Attach(new (std::nothrow) CSimpleWIACallback(owner, path, purpose));
+  // It is made with one reference. Not Attach: in mingw-w64's header that takes another one.
+  *callback.GetAddressOf() = new (std::nothrow) CSimpleWIACallback(owner, path, purpose);
   if (callback == nullptr) {
     return {E_OUTOFMEMORY, {}, {}};
   }

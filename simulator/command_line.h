@@ -1,0 +1,28 @@
+// The options of scan_demo.
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "simulator/simulated_scanner.h"
+
+namespace simulator {
+
+struct DemoOptions {
+  ScannerConfiguration scanner;
+  FaultPlan faults;
+  std::wstring library = L"WiaScanDialog.dll";  // without a folder: beside the program
+  std::wstring name;                            // of the device; empty: none is registered
+  std::wstring folder = L".";
+  std::wstring file = L"Scan";
+  DWORD closeAfter = 0;  // milliseconds; 0: the user closes the dialog
+  bool help = false;
+};
+
+extern const wchar_t kDemoHelp[];
+
+// The options, or what is wrong with the command line. `arguments` without the program's name.
+std::variant<DemoOptions, std::wstring> ParseCommandLine(const std::vector<std::wstring>& arguments);
+
+}  // namespace simulator

@@ -1,0 +1,38 @@
+// The test program's allocator, which can be told to fail. In a file of its own: compilers check that inlined pairs of
+// new and delete match.
+#include <cstdlib>
+#include <new>
+
+#include "tests/dialog_harness.h"
+
+namespace {
+
+thread_local bool countAllocations = false;
+thread_local int allocationCount = 0;
+thread_local int failingAllocation = 0;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (countAllocations && ++allocationCount == failingAllocation) {
+    throw std::bad_alloc();
+  }
+  if (void* block = std::malloc(size != 0 ? size : 1)) {
+    return block;
+  }
+  throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+
+namespace harness {
+
+AllocationFault::AllocationFault(int failing) {
+  countAllocations = true;
+  allocationCount = 0;
+  failingAllocation = failing;
+}
+AllocationFault::~AllocationFault() { countAllocations = false; }
+int AllocationFault::Count() const { return allocationCount; }
+
+}  // namespace harness
