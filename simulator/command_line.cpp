@@ -23,6 +23,8 @@ const wchar_t kDemoHelp[] =
       cut:BYTES[=HRESULT]      the page ends early                 pause:MS@PERCENT  the device stalls
       result:HRESULT           what the transfer answers           streams:N         pages sent
       thread                   callbacks on another thread         null-record       a callback without a record
+  --tour DIR           nobody sits at the screen: goes through preview, zoom, pan, turn, frame and scan with real
+                       pointer and keyboard input, and keeps a picture of each step in DIR
   --close-after MS     closes the dialog, for runs without a user
   --dll PATH           the library (WiaScanDialog.dll beside this program)
   --help               this text
@@ -77,6 +79,9 @@ std::wstring* TextOption(const std::wstring& name, DemoOptions& options) {
   }
   if (name == L"--file") {
     return &options.file;
+  }
+  if (name == L"--tour") {
+    return &options.tour;
   }
   return name == L"--dll" ? &options.library : nullptr;
 }

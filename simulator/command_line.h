@@ -16,6 +16,7 @@ struct DemoOptions {
   std::wstring name;                            // of the device; empty: none is registered
   std::wstring folder = L".";
   std::wstring file = L"Scan";
+  std::wstring tour;     // folder for the pictures; empty: a user sits at the screen
   DWORD closeAfter = 0;  // milliseconds; 0: the user closes the dialog
   bool help = false;
 };

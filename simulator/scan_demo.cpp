@@ -5,13 +5,16 @@
 #include <shellapi.h>
 #include <shlwapi.h>
 
+#include <cmath>
 #include <cstdio>
+#include <optional>
 
 #include "platform/scoped.h"
 #include "platform/wia2.h"
 #include "simulator/command_line.h"
 #include "simulator/device_registration.h"
 #include "simulator/gdiplus_session.h"
+#include "simulator/tour.h"
 
 namespace {
 
@@ -103,16 +106,22 @@ HRESULT CreateExtension(HMODULE library, ComPtr<IWiaUIExtension2>& extension) {
                                                   reinterpret_cast<void**>(extension.GetAddressOf()));
 }
 
-void PrintFile(const std::wstring& path) {
+struct PixelSize {
+  int width = 0;
+  int height = 0;
+};
+
+PixelSize PrintFile(const std::wstring& path) {
   const simulator::GdiplusSession session;
   Gdiplus::Bitmap image(path.c_str());
   if (image.GetLastStatus() != Gdiplus::Ok) {
     Print(L"  " + path + L": can't be read");
-    return;
+    return {};
   }
   Print(L"  " + path + L": " + std::to_wstring(image.GetWidth()) + L" x " + std::to_wstring(image.GetHeight()) +
         L" pixels, " + std::to_wstring(std::lround(image.GetHorizontalResolution())) + L" x " +
         std::to_wstring(std::lround(image.GetVerticalResolution())) + L" dpi");
+  return {static_cast<int>(image.GetWidth()), static_cast<int>(image.GetHeight())};
 }
 
 void PrintItem(IWiaItem2& item) {
@@ -125,18 +134,35 @@ void PrintItem(IWiaItem2& item) {
   }
 }
 
-// Prints what the dialog handed over, and frees it as its owner.
-void TakeOutputs(DEVICEDIALOGDATA2& data) {
+// Prints what the dialog handed over, and frees it as its owner. The size of the first file.
+PixelSize TakeOutputs(DEVICEDIALOGDATA2& data) {
+  PixelSize first;
   Print(L"Files: " + std::to_wstring(data.lNumFiles));
   for (LONG i = 0; data.pbstrFilePaths != nullptr && i < data.lNumFiles; ++i) {
     const platform::BasicString path(data.pbstrFilePaths[i]);
-    PrintFile(std::wstring(path.get(), ::SysStringLen(path.get())));
+    const PixelSize size = PrintFile(std::wstring(path.get(), ::SysStringLen(path.get())));
+    first = i == 0 ? size : first;
   }
   ::CoTaskMemFree(data.pbstrFilePaths);
   if (data.pWiaItem != nullptr) {
     PrintItem(*data.pWiaItem);
     data.pWiaItem->Release();
   }
+  return first;
+}
+
+// The scan must be the part of the page that the tour's frame enclosed, at the dialog's default of 300 dpi. The status
+// bar may have shown the frame in hundredths of an inch, which is good for three pixels.
+bool IsFramedPart(const PixelSize& size, const simulator::Tour& tour) {
+  constexpr double kPixelsPerMm = 300 / 25.4;
+  constexpr double kTolerance = 3;
+  const double width = tour.FrameWidth() * kPixelsPerMm;
+  const double height = tour.FrameHeight() * kPixelsPerMm;
+  const bool framed = std::abs(size.width - width) <= kTolerance && std::abs(size.height - height) <= kTolerance;
+  Print(framed ? L"The scan is what the frame enclosed"
+               : L"FAILED: the frame enclosed " + std::to_wstring(std::lround(width)) + L" x " +
+                     std::to_wstring(std::lround(height)) + L" pixels of the page");
+  return framed;
 }
 
 HRESULT RunDialog(IWiaUIExtension2& extension, const SimulatedScanner& scanner, const DemoOptions& options) {
@@ -149,13 +175,21 @@ HRESULT RunDialog(IWiaUIExtension2& extension, const SimulatedScanner& scanner, 
   data.bstrFolderName = folder.get();
   data.bstrFilename = file.get();
 
+  std::optional<simulator::Tour> tour;
+  if (!options.tour.empty()) {
+    tour.emplace(FullPath(options.tour), [](const std::wstring& line) { Print(line); });
+  }
   const UINT_PTR timer = options.closeAfter == 0 ? 0 : ::SetTimer(nullptr, 0, options.closeAfter, &OnCloseTimer);
   const HRESULT result = extension.DeviceDialog(&data);
   if (timer != 0) {
     ::KillTimer(nullptr, timer);
   }
   Print(L"DeviceDialog: " + Hex(result) + (result == S_FALSE ? L" (closed by the user)" : L""));
-  TakeOutputs(data);
+  const bool toured = !tour || tour->Finish();
+  const PixelSize size = TakeOutputs(data);
+  if (tour && !(toured && IsFramedPart(size, *tour))) {
+    return E_FAIL;
+  }
   return result;
 }
 

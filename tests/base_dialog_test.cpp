@@ -1,6 +1,9 @@
 // The message map: which message reaches which handler, with what, and what the dialog procedure returns.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <stdexcept>
+
 #include "tests/dialog_harness.h"
 
 namespace {
@@ -176,7 +179,8 @@ TEST_F(BaseDialog, PointerAndScrollMessages) {
 // Clients of the class call through its table of operations, whose order is fixed.
 TEST_F(BaseDialog, SlotsStandInOrder) {
   using Operation = INT_PTR (*)(void*, HWND, WPARAM, LPARAM, LPARAM);
-  auto* const* table = *reinterpret_cast<Operation**>(&dialog);
+  const Operation* table = nullptr;
+  std::memcpy(&table, static_cast<const void*>(&dialog), sizeof(table));
   for (int slot = 1; slot < 40; ++slot) {
     dialog.slot = 0;
     table[slot](&dialog, window, 0, 0, 0);

@@ -11,6 +11,8 @@
 #include <wia.h>
 #include <wiadef.h>
 
+#include <cstddef>
+
 #if defined(__IWiaItem2_INTERFACE_DEFINED__)
 
 #include <wiadevd.h>

@@ -18,6 +18,9 @@ constexpr bool SwapsAxes(QuarterTurns turns) { return turns == QuarterTurns::Rig
 // The longest side that the platform's JPEG encoder takes.
 constexpr int kLargestSide = 65500;
 
+// The most pixels that GDI+ holds: it counts a bitmap's bytes, up to four for each, in 32 signed bits.
+constexpr std::int64_t kLargestArea = std::numeric_limits<std::int32_t>::max() / 4;
+
 // A rectangle in pixels.
 struct CutRectangle {
   int x = 0;
@@ -44,7 +47,6 @@ constexpr int TruncateToPixels(double value) {
 constexpr std::optional<CutRectangle> CutOfFrame(double dotsPerInchX, double dotsPerInchY, double left, double top,
                                                  double right, double bottom) {
   constexpr double kMillimetresPerInch = 25.4;
-  constexpr std::int64_t kLargestArea = std::numeric_limits<std::int32_t>::max() / 4;  // GDI+ sizes are signed
   const int dpiX = TruncateToPixels(dotsPerInchX);
   const int dpiY = TruncateToPixels(dotsPerInchY);
   const CutRectangle cut{TruncateToPixels(dpiX * left / kMillimetresPerInch),
@@ -98,39 +100,35 @@ struct PixelRows {
   std::ptrdiff_t stride;
 };
 
-// Copies a block of the given size, as it lies in the source, turned to the target's top-left corner.
-template <int kBytesPerPixel>
+// Copies a block of the given size, as it lies in the source, turned to the target's top-left corner. A grey source
+// (one byte) may go to a colour target.
+template <int kSourceBytes, int kTargetBytes>
 void CopyTurned(PixelRows<const std::uint8_t> source, int width, int height, QuarterTurns turns,
                 PixelRows<std::uint8_t> target) {
+  static_assert(kSourceBytes == kTargetBytes || kSourceBytes == 1);
   // The source pixel of the target's first one, and the way from there along a row and down a column of the target.
-  const std::ptrdiff_t lastColumn = std::ptrdiff_t{kBytesPerPixel} * (width - 1);
+  const std::ptrdiff_t lastColumn = std::ptrdiff_t{kSourceBytes} * (width - 1);
   const std::ptrdiff_t lastRow = source.stride * (height - 1);
-  std::ptrdiff_t start = 0;
-  std::ptrdiff_t along = kBytesPerPixel;
+  const std::uint8_t* first = source.first;
+  std::ptrdiff_t along = kSourceBytes;
   std::ptrdiff_t down = source.stride;
   if (turns == QuarterTurns::Right) {
-    start = lastRow, along = -source.stride, down = kBytesPerPixel;
+    first += lastRow, along = -source.stride, down = kSourceBytes;
   } else if (turns == QuarterTurns::UpsideDown) {
-    start = lastRow + lastColumn, along = -kBytesPerPixel, down = -source.stride;
+    first += lastRow + lastColumn, along = -kSourceBytes, down = -source.stride;
   } else if (turns == QuarterTurns::Left) {
-    start = lastColumn, along = source.stride, down = -kBytesPerPixel;
+    first += lastColumn, along = source.stride, down = -kSourceBytes;
   }
   const int columns = SwapsAxes(turns) ? height : width;
   const int rows = SwapsAxes(turns) ? width : height;
-  // A quarter turn walks down the source's columns. In small tiles every fetched cache line is used up at once; row by
-  // row a 600 dpi page would fetch one for each pixel.
-  const int tile = SwapsAxes(turns) ? 64 : std::max(columns, 1);
-  for (int left = 0; left < columns; left += tile) {
-    const int right = std::min(left + tile, columns);
-    for (int y = 0; y < rows; ++y) {
-      const std::uint8_t* from = source.first + start + down * y + along * left;
-      std::uint8_t* to = target.first + target.stride * y + std::ptrdiff_t{kBytesPerPixel} * left;
-      if (turns == QuarterTurns::None) {
-        std::memcpy(to, from, static_cast<std::size_t>(kBytesPerPixel) * static_cast<std::size_t>(right - left));
-        continue;
-      }
-      for (int x = left; x < right; ++x, to += kBytesPerPixel) {
-        std::memcpy(to, source.first + start + down * y + along * x, kBytesPerPixel);
+  for (int y = 0; y < rows; ++y) {
+    const std::uint8_t* from = first + down * y;
+    std::uint8_t* to = target.first + target.stride * y;
+    for (int x = 0; x < columns; ++x, to += kTargetBytes) {
+      if constexpr (kSourceBytes == kTargetBytes) {
+        std::memcpy(to, from + along * x, kTargetBytes);
+      } else {
+        std::memset(to, from[along * x], kTargetBytes);
       }
     }
   }

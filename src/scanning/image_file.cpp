@@ -5,6 +5,8 @@
 #include <wincodec.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cwchar>
 #include <memory>
 #include <new>
 #include <optional>
@@ -14,13 +16,12 @@
 #include "platform/scoped.h"
 #include "resources/resource_ids.h"
 #include "scanning/cut_rectangle.h"
+#include "scanning/jpeg_file.h"
 
 namespace scanning {
 namespace {
 
 namespace gdip = Gdiplus::DllExports;
-
-using FileHandle = platform::Unique<HANDLE, &::CloseHandle>;
 
 constexpr wchar_t kTurnSuffix[] = L".tmp.jpg";
 constexpr wchar_t kTrimSuffix[] = L".tmp";
@@ -59,37 +60,6 @@ QuarterTurns TurnsOfCommand(int command) {
   }
 }
 
-// Whether the file begins as a JPEG and carries the end-of-image marker at its end. GDI+ also loads other formats, and
-// on Windows a file that was cut off, its missing rows grey; rewriting it would make the loss look whole. Some devices
-// fill the last block up, so the marker is looked for in as much: it does not occur within compressed data.
-bool IsCompleteJpeg(const wchar_t* path) {
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  const HANDLE opened = ::CreateFileW(path, GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
-  if (opened == INVALID_HANDLE_VALUE) {
-    return false;
-  }
-  const FileHandle file(opened);
-  constexpr BYTE kStart[] = {0xFF, 0xD8, 0xFF};
-  constexpr BYTE kEnd[] = {0xFF, 0xD9};
-  BYTE bytes[512];
-  DWORD count = 0;
-  if (!::ReadFile(file.get(), bytes, sizeof kStart, &count, nullptr) || count != sizeof kStart ||
-      !std::equal(kStart, kStart + sizeof kStart, bytes)) {
-    return false;
-  }
-  LARGE_INTEGER size = {};
-  if (!::GetFileSizeEx(file.get(), &size)) {
-    return false;
-  }
-  LARGE_INTEGER tail = {};
-  tail.QuadPart = std::max<LONGLONG>(0, size.QuadPart - static_cast<LONGLONG>(sizeof bytes));
-  if (!::SetFilePointerEx(file.get(), tail, nullptr, FILE_BEGIN) ||
-      !::ReadFile(file.get(), bytes, sizeof bytes, &count, nullptr)) {
-    return false;
-  }
-  return std::search(bytes, bytes + count, kEnd, kEnd + sizeof kEnd) != bytes + count;
-}
-
 // A page's pixels, read strip by strip from the platform's JPEG codec, the one that GDI+ itself uses. A GDI+ image of
 // the page would be a second copy of it in memory (100 MB at 600 dpi), and filling it takes longer than turning it.
 class PageReader {
@@ -103,7 +73,7 @@ class PageReader {
         FAILED(m_frame->GetResolution(&m_dpiX, &m_dpiY))) {
       return false;
     }
-    return m_width > 0 && m_height > 0 && m_width <= kLargestSide && m_height <= kLargestSide;
+    return m_width > 0 && m_height > 0;
   }
 
   int width() const { return static_cast<int>(m_width); }
@@ -116,24 +86,24 @@ class PageReader {
     return SUCCEEDED(m_frame->GetPixelFormat(&format)) && format == GUID_WICPixelFormat8bppGray;
   }
 
-  // Copies a part of the page, turned, to the top-left corner of the target: one byte per pixel of grey, three of
-  // colour.
-  template <int kBytesPerPixel>
-  bool Copy(const CutRectangle& part, QuarterTurns turns, PixelRows<std::uint8_t> target) const {
-    constexpr int kStripHeight = 64;
+  // Copies a part of the page, turned, to the top-left corner of a colour bitmap, or of a grey one for a grey page.
+  bool Copy(const CutRectangle& part, QuarterTurns turns, PixelRows<std::uint8_t> target, bool greyTarget) const {
+    const bool grey = IsGrey();  // not every version of the platform's converter makes colour of grey
     platform::ComPtr<IWICFormatConverter> pixels;
-    const GUID& format = kBytesPerPixel == 1 ? GUID_WICPixelFormat8bppGray : GUID_WICPixelFormat24bppBGR;
     if (FAILED(m_factory->CreateFormatConverter(&pixels)) ||
-        FAILED(pixels->Initialize(m_frame.Get(), format, WICBitmapDitherTypeNone, nullptr, 0.0,
-                                  WICBitmapPaletteTypeCustom))) {
+        FAILED(pixels->Initialize(m_frame.Get(), grey ? GUID_WICPixelFormat8bppGray : GUID_WICPixelFormat24bppBGR,
+                                  WICBitmapDitherTypeNone, nullptr, 0.0, WICBitmapPaletteTypeCustom))) {
       return false;
     }
-    const int stride = part.width * kBytesPerPixel;
+    // A quarter turn walks down the columns of a strip: so low, its cache lines stay at hand until they are used up.
+    constexpr int kStripHeight = 64;
+    const int stride = part.width * (grey ? 1 : 3);
     const UINT size = static_cast<UINT>(stride) * kStripHeight;
     const std::unique_ptr<BYTE[]> strip(new (std::nothrow) BYTE[size]);
     if (!strip) {
       return false;
     }
+    const auto copy = greyTarget ? &CopyTurned<1, 1> : grey ? &CopyTurned<1, 3> : &CopyTurned<3, 3>;
     for (int done = 0; done < part.height; done += kStripHeight) {
       const int height = std::min(kStripHeight, part.height - done);
       const WICRect rows = {part.x, part.y + done, part.width, height};
@@ -141,9 +111,8 @@ class PageReader {
         return false;
       }
       const CutRectangle to = AfterTurn({0, done, part.width, height}, turns, part.width, part.height);
-      CopyTurned<kBytesPerPixel>(
-          {strip.get(), stride}, part.width, height, turns,
-          {target.first + target.stride * to.y + std::ptrdiff_t{kBytesPerPixel} * to.x, target.stride});
+      BYTE* corner = target.first + target.stride * to.y + std::ptrdiff_t{greyTarget ? 1 : 3} * to.x;
+      copy({strip.get(), stride}, part.width, height, turns, {corner, target.stride});
     }
     return true;
   }
@@ -190,8 +159,7 @@ bool FillBitmap(Gdiplus::GpImage* image, Gdiplus::PixelFormat format, const Page
     return false;
   }
   const PixelRows<std::uint8_t> rows{static_cast<std::uint8_t*>(data.Scan0), data.Stride};
-  const bool copied =
-      format == PixelFormat8bppIndexed ? page.Copy<1>(part, turns, rows) : page.Copy<3>(part, turns, rows);
+  const bool copied = page.Copy(part, turns, rows, format == PixelFormat8bppIndexed);
   return gdip::GdipBitmapUnlockBits(bitmap, &data) == Gdiplus::Ok && copied;
 }
 
@@ -249,21 +217,23 @@ bool SaveAsNewFile(Gdiplus::GpImage* image, const CLSID& encoder, const wchar_t*
                      SUCCEEDED(stream->Commit(STGC_DEFAULT));
   stream.Reset();
   // A full disk must not pass for success in any codec: the file's end is checked before the original is given up.
-  if (saved && IsCompleteJpeg(path)) {
+  if (saved && IsWholeJpeg(path)) {
     return true;
   }
   ::DeleteFileW(path);
   return false;
 }
 
+// Rewrites the file through a temporary one beside it; see the header for what remains of a failure.
 BOOL Rewrite(const wchar_t* path, const wchar_t* suffix, QuarterTurns turns, const Frame* frame) {
-  wchar_t temporary[MAX_PATH];
-  if (path == nullptr || FAILED(::StringCchPrintfW(temporary, MAX_PATH, L"%s%s", path, suffix))) {
+  wchar_t temporary[MAX_PATH] = {};
+  if (path == nullptr || FAILED(::StringCchCopyW(temporary, MAX_PATH, path)) ||
+      FAILED(::StringCchCatW(temporary, MAX_PATH, suffix))) {
     return FALSE;
   }
   DebugTrace(L"SCAN_DIALOG::rotateImageFile tmpFile = %s", temporary);
   CLSID encoder = {};
-  if (!IsCompleteJpeg(path) || GetEncoderClsid(L"image/jpeg", &encoder) < 0) {
+  if (!IsWholeJpeg(path) || GetEncoderClsid(L"image/jpeg", &encoder) < 0) {
     return FALSE;
   }
   {

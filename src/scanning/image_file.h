@@ -1,4 +1,4 @@
-// Turning and cutting JPEG files in place. GDI+ must have been started.
+// Turning and cutting JPEG files in place. The thread must have COM and GDI+ started.
 //
 // A file is rewritten through a temporary file beside it: saved there, the image released, the file deleted, the
 // temporary file renamed. On FALSE the file is byte for byte as it was; the one exception is a rename that fails after

@@ -161,12 +161,7 @@ void SCAN_DIALOG::GetImageEditParams(ImageEditParams* params) const {
 }
 
 BOOL SCAN_DIALOG::processImageFile(const wchar_t* path, const ImageEditParams& params) {
-  BOOL done = scanning::rotateImageFile(params.rotationType, path);
-  // The frame is in the turned image's frame of reference. It is applied also when the turn failed.
-  if (params.hasFrame == 1) {
-    done = scanning::trimImageFile(path, params.left, params.top, params.right, params.bottom);
-  }
-  return done;
+  return scanning::processImageFile(path, params);
 }
 
 SCAN_DIALOG::~SCAN_DIALOG() {

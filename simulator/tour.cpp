@@ -1,0 +1,257 @@
+#include "simulator/tour.h"
+
+#include <commctrl.h>
+
+#include <cwchar>
+
+#include "platform/gdiplus_owners.h"
+#include "platform/scoped.h"
+#include "resources/resource_ids.h"
+#include "simulator/gdiplus_session.h"
+
+namespace simulator {
+namespace {
+
+constexpr DWORD kPatience = 10000;  // milliseconds for a step
+constexpr DWORD kMoment = 15;       // milliseconds between two movements of the pointer
+constexpr int kDragMoves = 12;
+
+BOOL CALLBACK FindDialog(HWND window, LPARAM found) {
+  DWORD process = 0;
+  ::GetWindowThreadProcessId(window, &process);
+  if (process != ::GetCurrentProcessId() || !::IsWindowVisible(window) ||
+      ::GetDlgItem(window, IDC_STATUS_BAR) == nullptr) {
+    return TRUE;
+  }
+  *reinterpret_cast<HWND*>(found) = window;
+  return FALSE;
+}
+
+void Input(const INPUT& input) {
+  INPUT copy = input;
+  ::SendInput(1, &copy, sizeof(copy));
+  ::Sleep(kMoment);
+}
+
+void MovePointer(POINT screen) {
+  // Absolute coordinates run from 0 to 65535 over the primary screen; half a pixel more keeps rounding from the next
+  // one.
+  const auto absolute = [](LONG position, int size) { return (position * 65536 + 32768) / size; };
+  INPUT input = {};
+  input.type = INPUT_MOUSE;
+  input.mi.dx = absolute(screen.x, ::GetSystemMetrics(SM_CXSCREEN));
+  input.mi.dy = absolute(screen.y, ::GetSystemMetrics(SM_CYSCREEN));
+  input.mi.dwFlags = MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE;
+  Input(input);
+}
+
+void PointerButton(DWORD flags) {
+  INPUT input = {};
+  input.type = INPUT_MOUSE;
+  input.mi.dwFlags = flags;
+  Input(input);
+}
+
+void ClickAt(POINT screen) {
+  MovePointer(screen);
+  PointerButton(MOUSEEVENTF_LEFTDOWN);
+  PointerButton(MOUSEEVENTF_LEFTUP);
+}
+
+void PressKey(WORD key) {
+  INPUT input = {};
+  input.type = INPUT_KEYBOARD;
+  input.ki.wVk = key;
+  Input(input);
+  input.ki.dwFlags = KEYEVENTF_KEYUP;
+  Input(input);
+}
+
+// The number before "mm" or "inch", in millimetres; the text that follows it through `rest`.
+double Millimetres(const wchar_t* text, const wchar_t** rest) {
+  wchar_t* end = nullptr;
+  const double value = std::wcstod(text, &end);
+  const bool inches = std::wcsncmp(end, L"inch", 4) == 0;
+  *rest = end + std::wcscspn(end, L"0123456789");
+  return inches ? value * 25.4 : value;
+}
+
+bool SavePng(HBITMAP bitmap, const std::wstring& path) {
+  const CLSID pngEncoder = {0x557CF406, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
+  const GdiplusSession session;
+  Gdiplus::Bitmap picture(bitmap, nullptr);
+  return picture.Save(path.c_str(), &pngEncoder, nullptr) == Gdiplus::Ok;
+}
+
+}  // namespace
+
+Tour::Tour(const std::wstring& folder, Report report)
+    : m_folder(folder), m_report(std::move(report)), m_thread([this] { Run(); }) {}
+
+Tour::~Tour() { Finish(); }
+
+bool Tour::Finish() {
+  m_done = true;
+  if (m_thread.joinable()) {
+    m_thread.join();
+  }
+  return m_complete;
+}
+
+void Tour::Run() {
+  m_complete = Step(L"opened", L"the dialog opened", &Tour::WaitForDialog) &&
+               Step(L"previewed", L"Preview pressed, the page appeared", &Tour::TakePreview) &&
+               Step(L"zoomed", L"zoomed in by a click on the page", &Tour::ZoomIn) &&
+               Step(L"panned", L"moved the page", &Tour::PanPage) &&
+               Step(L"zoomed-out", L"zoomed back to 100% by keyboard", &Tour::ZoomByKeyboard) &&
+               Step(L"turned", L"turned the page right", &Tour::TurnRight) &&
+               Step(L"framed", L"drew a selection frame", &Tour::DrawFrame) &&
+               Step(L"scanned", L"Scan pressed, the dialog closed", &Tour::StartScan);
+  if (!m_complete && m_dialog != nullptr) {
+    ::PostMessageW(m_dialog, WM_COMMAND, IDCANCEL, 0);
+  }
+}
+
+bool Tour::Step(const wchar_t* name, const wchar_t* what, bool (Tour::*action)()) {
+  ++m_step;
+  const bool happened = (this->*action)();
+  m_report(std::to_wstring(m_step) + (happened ? L". " : L". FAILED, this did not happen: ") + what);
+  if (m_dialog != nullptr && ::IsWindowVisible(m_dialog)) {
+    ::Sleep(300);  // the dialog's thread paints when it has nothing else to do
+    TakePicture(name);
+  }
+  return happened;
+}
+
+bool Tour::Wait(const std::function<bool()>& condition) {
+  const ULONGLONG end = ::GetTickCount64() + kPatience;
+  while (!condition()) {
+    if (::GetTickCount64() > end) {
+      return false;
+    }
+    ::Sleep(20);
+  }
+  return true;
+}
+
+bool Tour::WaitForDialog() {
+  const bool shown = Wait([this] {
+    ::EnumWindows(&FindDialog, reinterpret_cast<LPARAM>(&m_dialog));
+    return m_dialog != nullptr || m_done;
+  });
+  ::Sleep(500);  // window managers give the focus with a delay
+  return shown && m_dialog != nullptr;
+}
+
+bool Tour::TakePreview() {
+  Click(IDC_PREVIEW);
+  return Wait([this] { return ::IsWindowEnabled(Control(IDC_PREVIEW_PANE)) != FALSE; });
+}
+
+bool Tour::ZoomIn() {
+  const int before = ZoomPercent();
+  Click(IDC_TOOL_ZOOM);
+  // Two places: a second click at the same one would be a double click.
+  ClickAt(PanePoint(0.5, 0.4));
+  ClickAt(PanePoint(0.4, 0.5));
+  return Wait([&] { return ZoomPercent() >= before * 2; });
+}
+
+bool Tour::PanPage() {
+  const HWND bar = Control(IDC_VERTICAL_SCROLL);
+  const int before = ::GetScrollPos(bar, SB_CTL);
+  Click(IDC_TOOL_PAN);
+  DragInPane(0.5, 0.7, 0.4, 0.4);
+  return Wait([&] { return ::GetScrollPos(bar, SB_CTL) > before; });
+}
+
+bool Tour::ZoomByKeyboard() {
+  Click(IDC_ZOOM_LIST);  // opens the list
+  PressKey(VK_UP);
+  PressKey(VK_UP);
+  PressKey(VK_RETURN);
+  return Wait([this] { return ZoomPercent() == 100; });
+}
+
+bool Tour::TurnRight() {
+  const auto extent = [this](int bar) {
+    int minimum = 0;
+    int maximum = 0;
+    ::GetScrollRange(Control(bar), SB_CTL, &minimum, &maximum);
+    return maximum;
+  };
+  const int width = extent(IDC_HORIZONTAL_SCROLL);
+  const int height = extent(IDC_VERTICAL_SCROLL);
+  Click(IDC_TOOL_ROTATE);
+  return Wait([&] { return extent(IDC_HORIZONTAL_SCROLL) == height && extent(IDC_VERTICAL_SCROLL) == width; });
+}
+
+bool Tour::DrawFrame() {
+  Click(IDC_TOOL_SELECT);
+  DragInPane(0.08, 0.06, 0.8, 0.45);
+  wchar_t size[128] = {};
+  const bool shown = Wait([&] {
+    ::SendMessageW(Control(IDC_STATUS_BAR), SB_GETTEXTW, 2, reinterpret_cast<LPARAM>(size));
+    return size[0] != L'\0';
+  });
+  const wchar_t* rest = size;
+  m_frameWidth = Millimetres(rest, &rest);
+  m_frameHeight = Millimetres(rest, &rest);
+  return shown && m_frameWidth >= 10.0 && m_frameHeight >= 10.0;
+}
+
+bool Tour::StartScan() {
+  Click(IDC_SCAN);
+  return Wait([this] { return !::IsWindow(m_dialog) || m_done; });
+}
+
+HWND Tour::Control(int id) const { return ::GetDlgItem(m_dialog, id); }
+
+void Tour::Click(int control) const {
+  RECT area = {};
+  ::GetWindowRect(Control(control), &area);
+  ClickAt({(area.left + area.right) / 2, (area.top + area.bottom) / 2});
+}
+
+POINT Tour::PanePoint(double x, double y) const {
+  RECT pane = {};
+  ::GetWindowRect(Control(IDC_PREVIEW_PANE), &pane);
+  return {pane.left + static_cast<LONG>((pane.right - pane.left) * x),
+          pane.top + static_cast<LONG>((pane.bottom - pane.top) * y)};
+}
+
+void Tour::DragInPane(double fromX, double fromY, double toX, double toY) const {
+  MovePointer(PanePoint(fromX, fromY));
+  PointerButton(MOUSEEVENTF_LEFTDOWN);
+  for (int move = 1; move <= kDragMoves; ++move) {
+    const double done = static_cast<double>(move) / kDragMoves;
+    MovePointer(PanePoint(fromX + (toX - fromX) * done, fromY + (toY - fromY) * done));
+  }
+  PointerButton(MOUSEEVENTF_LEFTUP);
+}
+
+int Tour::ZoomPercent() const {
+  const HWND list = Control(IDC_ZOOM_LIST);
+  const LRESULT selected = ::SendMessageW(list, CB_GETCURSEL, 0, 0);
+  return static_cast<int>(::SendMessageW(list, CB_GETITEMDATA, static_cast<WPARAM>(selected), 0));
+}
+
+void Tour::TakePicture(const wchar_t* name) {
+  RECT frame = {};
+  ::GetWindowRect(m_dialog, &frame);
+  const int width = frame.right - frame.left;
+  const int height = frame.bottom - frame.top;
+  const platform::WindowDC screen(nullptr);
+  const platform::Unique<HDC, &::DeleteDC> memory(::CreateCompatibleDC(screen.get()));
+  const platform::GdiObject bitmap(::CreateCompatibleBitmap(screen.get(), width, height));
+  {
+    const platform::SelectedObject selected(memory.get(), bitmap.get());
+    ::BitBlt(memory.get(), 0, 0, width, height, screen.get(), frame.left, frame.top, SRCCOPY);
+  }
+  const std::wstring path = m_folder + L"\\" + std::to_wstring(m_step) + L"-" + name + L".png";
+  if (!SavePng(static_cast<HBITMAP>(bitmap.get()), path)) {
+    m_report(L"the picture " + path + L" can't be written");
+  }
+}
+
+}  // namespace simulator

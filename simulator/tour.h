@@ -1,0 +1,68 @@
+// A user who goes through the main job: previews, zooms, pans, turns, draws a frame and scans.
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+#include <functional>
+#include <optional>
+#include <string>
+#include <thread>
+
+namespace simulator {
+
+// Drives the dialog of this process with real pointer and keyboard input from a thread of its own, checks after each
+// step that it happened, and keeps a picture of the screen: "<folder>\1-opened.png" and so on. Start it before the
+// dialog is opened. A step that does not happen within ten seconds fails the tour, which then closes the dialog.
+class Tour {
+ public:
+  using Report = std::function<void(const std::wstring&)>;
+
+  // folder: where the pictures go; it must exist. report: called for every step, on the tour's thread.
+  Tour(const std::wstring& folder, Report report);
+  // Waits for the tour to end.
+  ~Tour();
+  Tour(const Tour&) = delete;
+  Tour& operator=(const Tour&) = delete;
+
+  // Waits for the tour to end. True when every step happened.
+  bool Finish();
+
+  // After Finish: the frame that was drawn, in millimetres, as the status bar showed it.
+  double FrameWidth() const { return m_frameWidth; }
+  double FrameHeight() const { return m_frameHeight; }
+
+ private:
+  void Run();
+  bool WaitForDialog();
+  bool TakePreview();
+  bool ZoomIn();
+  bool PanPage();
+  bool ZoomByKeyboard();
+  bool TurnRight();
+  bool DrawFrame();
+  bool StartScan();
+
+  // Waits until the condition holds; false after ten seconds.
+  static bool Wait(const std::function<bool()>& condition);
+  bool Step(const wchar_t* name, const wchar_t* what, bool (Tour::*action)());
+  void TakePicture(const wchar_t* name);
+  HWND Control(int id) const;
+  void Click(int control) const;
+  // A drag inside the pane, in fractions of its size.
+  void DragInPane(double fromX, double fromY, double toX, double toY) const;
+  POINT PanePoint(double x, double y) const;
+  int ZoomPercent() const;
+
+  std::wstring m_folder;
+  Report m_report;
+  HWND m_dialog = nullptr;
+  int m_step = 0;
+  double m_frameWidth = 0.0;
+  double m_frameHeight = 0.0;
+  bool m_complete = false;
+  std::atomic<bool> m_done = false;
+  std::thread m_thread;
+};
+
+}  // namespace simulator

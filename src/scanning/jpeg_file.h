@@ -1,0 +1,12 @@
+// A look at a JPEG file without decoding it.
+#pragma once
+
+namespace scanning {
+
+// Whether the file is a JPEG that can be whole: it begins as one, names its size, holds at least the bytes that so many
+// pixels take, and carries the end-of-image marker at its end. Codecs are too forgiving to be asked: they also open
+// other formats, fill the missing rows of a file that was cut off with grey, and spend half a minute and gigabytes on
+// a few bytes whose header claims a huge page.
+bool IsWholeJpeg(const wchar_t* path);
+
+}  // namespace scanning
