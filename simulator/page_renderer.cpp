@@ -82,7 +82,9 @@ Pixels ReadOut(const Gdiplus::BitmapData& data, const PageSettings& settings) {
         default:
           break;
       }
-      Store(source, &pixels.bytes[static_cast<std::size_t>(row) * pixels.stride + column * depth], settings);
+      Store(source,
+            &pixels.bytes[static_cast<std::size_t>(row) * pixels.stride + static_cast<std::size_t>(column) * depth],
+            settings);
     }
   }
   return pixels;

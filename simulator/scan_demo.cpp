@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <exception>
 #include <optional>
 
 #include "platform/scoped.h"
@@ -231,9 +232,7 @@ int Run(const DemoOptions& options) {
   return clean && (result == S_OK || result == S_FALSE) ? 0 : 1;
 }
 
-}  // namespace
-
-int main() {
+int RunCommandLine() {
   const auto parsed = simulator::ParseCommandLine(Arguments());
   if (const std::wstring* mistake = std::get_if<std::wstring>(&parsed)) {
     Print(stderr, L"scan_demo: " + *mistake + L". See scan_demo --help");
@@ -250,4 +249,15 @@ int main() {
   const int code = Run(options);
   ::CoUninitialize();
   return code;
+}
+
+}  // namespace
+
+int main() {
+  try {
+    return RunCommandLine();
+  } catch (const std::exception& problem) {
+    std::fputs(problem.what(), stderr);
+    return 1;
+  }
 }
