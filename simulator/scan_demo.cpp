@@ -185,8 +185,8 @@ HRESULT RunDialog(IWiaUIExtension2& extension, const SimulatedScanner& scanner, 
   if (timer != 0) {
     ::KillTimer(nullptr, timer);
   }
-  Print(L"DeviceDialog: " + Hex(result) + (result == S_FALSE ? L" (closed by the user)" : L""));
   const bool toured = !tour || tour->Finish();
+  Print(L"DeviceDialog: " + Hex(result) + (result == S_FALSE ? L" (closed by the user)" : L""));
   const PixelSize size = TakeOutputs(data);
   if (tour && !(toured && IsFramedPart(size, *tour))) {
     return E_FAIL;

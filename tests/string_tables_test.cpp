@@ -1,0 +1,163 @@
+// The string tables and pictures that the built library carries, and whether every text fits its control.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "scan_dialog/settings_catalogue.h"
+#include "tests/dialog_harness.h"
+
+namespace {
+
+using Numbers = std::set<int>;
+constexpr int ENGLISH = 0x0409;
+
+// The languages, by what their tables leave out: messages of the device, tones, or other words that no control shows.
+const Numbers NO_MESSAGES = {10, 17, 18, 21, 27, 30, 34, 36, 38, 39, 1044, 1046, 1048, 1049, 1053, 1055, 2070, 9242};
+const Numbers NO_TONES = {1, 2};
+const Numbers NO_WORDS = {5, 11, 13, 14, 16, 26, 37, 1028, 1030, 1031, 1032, 1036, 1043, 2052, 3076};
+// clang-format off
+const std::map<int, Numbers> GAPS = {
+    {2004, NO_MESSAGES}, {2005, NO_MESSAGES}, {2033, NO_TONES}, {2034, NO_TONES}, {2035, NO_TONES}, {2036, NO_WORDS},
+    {2037, NO_WORDS}, {2038, NO_WORDS}, {2053, {5}}, {2057, NO_WORDS}, {2058, NO_WORDS}};
+// Where a language rightly has the English word, besides "OCR" and the percentages.
+const std::map<int, Numbers> SAME_AS_ENGLISH = {
+    {IDS_AUTO, {10, 16, 1030, 1031, 1036, 1043, 1044, 1046, 1048, 1053, 2070}}, {IDS_CONTRAST, {1048}},
+    {IDS_NORMAL, {10, 1030, 1031, 1036, 1044, 1046, 1048, 1053, 1055, 2070}}, {IDS_PIXELS, {1036, 1043, 1046}},
+    {IDS_ZOOM, {10, 16, 1030, 1031, 1036, 1044, 1046, 1048, 2070}}, {IDS_POSITION, {1031, 1036, 1053}},
+    {IDS_QUALITY_TEXT, {5, 27, 1031, 1048, 1053}}, {IDS_QUALITY_PHOTO, {1036}}, {IDS_SCAN, {1030}},
+    {IDS_PAGE, {1036}}, {IDS_PAGES, {1036}}};
+// Icon -> sizes of its images.
+const std::map<int, std::string> ICONS = {
+    {2005, "32 16 "}, {120, "32 "}, {121, "32 16 "}, {122, "32 16 20 "}, {123, "32 16 20 "}, {124, "32 16 20 "},
+    {125, "32 16 48 20 "}, {201, "32 16 20 "}, {202, "32 16 "}, {151, "32 16 "}, {152, "32 16 "}};
+// clang-format on
+
+bool Has(const std::map<int, Numbers>& map, int id, int language) {
+  return map.contains(id) && map.at(id).contains(language);
+}
+
+Numbers Languages() {
+  Numbers all = {ENGLISH};
+  for (const Numbers& some : {NO_MESSAGES, NO_TONES, NO_WORDS}) all.insert(some.begin(), some.end());
+  return all;
+}
+
+std::wstring Text(int id, int language) {
+  wchar_t text[256] = {};
+  LANG_RESOURCE(harness::Library()).GetTextW(static_cast<UINT>(id), text, 256, static_cast<std::uint32_t>(language));
+  return text;
+}
+
+const WORD* Picture(LPCWSTR type, int id) {
+  const HRSRC found = FindResourceExW(harness::Library(), type, MAKEINTRESOURCEW(id), ENGLISH);
+  return found == nullptr ? nullptr : static_cast<const WORD*>(LockResource(LoadResource(harness::Library(), found)));
+}
+
+// What a control has left beside its text, in pixels; negative: the text is cut. Measured in the control's font as the
+// platform chooses it for users of the language, since a face that lacks their script is replaced.
+int Spare(HWND control, const std::wstring& text, int language) {
+  LOGFONTW font = {};
+  GetObjectW(reinterpret_cast<HGDIOBJ>(SendMessageW(control, WM_GETFONT, 0, 0)), sizeof(font), &font);
+  UINT_PTR codePage = 0;
+  GetLocaleInfoW(MAKELCID(language, SORT_DEFAULT), LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
+                 reinterpret_cast<LPWSTR>(&codePage), 2);
+  CHARSETINFO charSet = {};
+  TranslateCharsetInfo(reinterpret_cast<DWORD*>(codePage), &charSet, TCI_SRCCODEPAGE);
+  font.lfCharSet = static_cast<BYTE>(charSet.ciCharset);
+  const platform::GdiObject fontOfLanguage(CreateFontIndirectW(&font));
+  const platform::WindowDC dc(control);
+  const platform::SelectedObject selected(dc.get(), fontOfLanguage.get());
+  RECT bounds = {}, room = {};
+  DrawTextW(dc.get(), text.c_str(), -1, &bounds, DT_CALCRECT | DT_SINGLELINE | DT_NOPREFIX);
+  GetClientRect(control, &room);
+  wchar_t className[16] = {};
+  GetClassNameW(control, className, 16);
+  COMBOBOXINFO combo = {sizeof(combo), {}, {}, 0, nullptr, nullptr, nullptr};
+  if (GetComboBoxInfo(control, &combo)) {
+    room = {combo.rcItem.left + 1, 0, combo.rcItem.right - 1, 0};
+  } else if (std::wstring(className) == L"Button") {  // the frame's corners; border and focus rectangle
+    room.right -= (GetWindowLongPtrW(control, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX ? 18 : 8;
+  }
+  return room.right - room.left - bounds.right;
+}
+
+}  // namespace
+
+TEST(StringTables, EveryLanguageHasItsTexts) {
+  for (int block = 0; block < 4096; ++block) {
+    Numbers languages;
+    const ENUMRESLANGPROCW add = [](HMODULE, LPCWSTR, LPCWSTR, WORD language, LONG_PTR set) -> BOOL {
+      return reinterpret_cast<Numbers*>(set)->insert(language).second;
+    };
+    const auto set = reinterpret_cast<LONG_PTR>(&languages);
+    EnumResourceLanguagesW(harness::Library(), RT_STRING, MAKEINTRESOURCEW(block), add, set);
+    ASSERT_EQ(languages, block >= 126 && block <= 131 ? Languages() : Numbers()) << block;
+  }
+  int identifiers = 0;
+  for (int id = 2000; id < 2096; ++id) {
+    const std::wstring english = Text(id, ENGLISH);
+    identifiers += english.empty() ? 0 : 1;
+    for (const int language : Languages()) {
+      const std::wstring text = Text(id, language);
+      EXPECT_EQ(text.empty(), english.empty() || Has(GAPS, id, language)) << language << ": " << id;
+      if (text.empty()) continue;
+      EXPECT_FALSE(iswspace(text.front()) || iswspace(text.back())) << language << ": " << id;
+      if (language == ENGLISH) continue;
+      const bool everywhere = id == IDS_QUALITY_OCR || (id >= IDS_ZOOM_50 && id <= IDS_ZOOM_400);
+      EXPECT_EQ(text == english, everywhere || Has(SAME_AS_ENGLISH, id, language)) << language << ": " << id;
+    }
+  }
+  EXPECT_EQ(identifiers, 83);
+  for (const auto& zoom : settings::ZOOM_TABLE)
+    EXPECT_EQ(Text(zoom.stringId, 1033), std::to_wstring(zoom.percent) + L"%");
+}
+
+TEST(StringTables, EveryVisibleTextFitsItsControl) {
+  harness::TestDialog dialog;
+  int measured = 0;
+  harness::RunDialog(dialog, [&measured](harness::TestDialog& d) {
+    for (const int language : Languages()) {
+      const auto expectFits = [&](int control, int id, const wchar_t* literal = nullptr) {
+        if (!IsWindowVisible(d.Control(control))) return;
+        EXPECT_GE(Spare(d.Control(control), id != 0 ? Text(id, language) : literal, language), 0)
+            << language << ": " << id;
+        ++measured;
+      };
+      for (const auto& label : settings::LABELS) expectFits(label.control, label.stringId);
+      for (const auto& step : settings::ZOOM_TABLE) expectFits(IDC_ZOOM_LIST, step.stringId);
+      for (const auto* list : settings::ALL_LISTS) {
+        for (const auto& entry : list->entries) expectFits(list->control, entry.stringId, entry.text);
+      }
+    }
+  });
+  EXPECT_EQ(measured, 36 * (16 + 7 + 23 + 2 + 3 + 3 + 2 + 2 + 4));
+}
+
+TEST(StringTablesPictures, ArePresentInTheirSizesWithHotSpots) {
+  for (const auto& [id, expected] : ICONS) {
+    const WORD* group = Picture(RT_GROUP_ICON, id);
+    ASSERT_NE(group, nullptr) << id;
+    std::string sizes;
+    for (int i = 0; i < group[2]; ++i) {
+      const auto* image = reinterpret_cast<const BITMAPINFOHEADER*>(Picture(RT_ICON, group[3 + 7 * i + 6]));
+      sizes += std::to_string(image->biWidth) + " ";
+      if (image->biWidth != 20) continue;
+      // A disabled button shows its icon as the silhouette of the opaque pixels, which must not be a block.
+      const auto* pixels = reinterpret_cast<const RGBQUAD*>(image + 1);
+      const auto opaque = std::count_if(pixels, pixels + 400, [](RGBQUAD p) { return p.rgbReserved >= 128; });
+      EXPECT_TRUE(opaque > 60 && opaque < 240) << id << ": " << opaque;
+    }
+    EXPECT_EQ(sizes, expected) << id;
+  }
+  for (const int menu : {IDM_ZOOM_MENU, IDM_ROTATE_MENU}) {
+    EXPECT_NE(FindResourceW(harness::Library(), MAKEINTRESOURCEW(menu), RT_MENU), nullptr) << menu;
+  }
+  for (const auto& [id, hotSpot] : {std::pair(IDC_CURSOR_CROSS, 15), std::pair(IDC_CURSOR_SIZE_NWSE, 5)}) {
+    const WORD* group = Picture(RT_GROUP_CURSOR, id);
+    const WORD* image = group != nullptr ? Picture(RT_CURSOR, group[9]) : nullptr;
+    ASSERT_TRUE(image != nullptr && group[2] == 1 && group[3] == 32 && image[0] == hotSpot && image[1] == hotSpot)
+        << id;
+  }
+}
