@@ -36,8 +36,6 @@ runtime_make_prefix() {
     wineserver --wait
     touch "$WINEPREFIX/.made"
   fi
-  # Kept between two programs until runtime_stop: its start takes some seconds each time.
-  wineserver --persistent
 }
 
 # A window manager draws the caption and gives windows the focus, as a user's desktop does.

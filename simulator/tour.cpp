@@ -241,7 +241,7 @@ void Tour::TakePicture(const wchar_t* name) {
   ::GetWindowRect(m_dialog, &frame);
   const int width = frame.right - frame.left;
   const int height = frame.bottom - frame.top;
-  const platform::WindowDC screen(nullptr);
+  const platform::WindowDC screen(::GetDesktopWindow());
   const platform::Unique<HDC, &::DeleteDC> memory(::CreateCompatibleDC(screen.get()));
   const platform::GdiObject bitmap(::CreateCompatibleBitmap(screen.get(), width, height));
   {

@@ -10,11 +10,13 @@ namespace {
 thread_local bool countAllocations = false;
 thread_local int allocationCount = 0;
 thread_local int failingAllocation = 0;
+thread_local bool laterOnesFail = false;
 
 }  // namespace
 
 void* operator new(std::size_t size) {
-  if (countAllocations && ++allocationCount == failingAllocation) {
+  if (countAllocations && (++allocationCount == failingAllocation ||
+                           (laterOnesFail && failingAllocation != 0 && allocationCount > failingAllocation))) {
     throw std::bad_alloc();
   }
   if (void* block = std::malloc(size != 0 ? size : 1)) {
@@ -27,10 +29,11 @@ void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace harness {
 
-AllocationFault::AllocationFault(int failing) {
+AllocationFault::AllocationFault(int failing, bool fromThenOn) {
   countAllocations = true;
   allocationCount = 0;
   failingAllocation = failing;
+  laterOnesFail = fromThenOn;
 }
 AllocationFault::~AllocationFault() { countAllocations = false; }
 int AllocationFault::Count() const { return allocationCount; }

@@ -19,6 +19,7 @@ namespace harness {
 
 // The built library, loaded beside the test program; g_hInstance points at it while the tests run.
 HMODULE Library();
+std::filesystem::path LibraryPath();
 
 // Handles every message that is waiting, paint messages included.
 inline void Pump(HWND hDlg) {
@@ -96,7 +97,7 @@ class TestDialog : public SCAN_DIALOG {
     RECT client = {};
     GetClientRect(m_hDlg, &client);
     MapWindowPoints(m_hDlg, nullptr, reinterpret_cast<POINT*>(&client), 2);
-    const platform::WindowDC screen(nullptr);
+    const platform::WindowDC screen(GetDesktopWindow());
     return GetPixel(screen.get(), client.left + x, client.top + y);
   }
 
@@ -119,10 +120,11 @@ class DialogDriver {
   std::thread m_thread;
 };
 
-// Makes the allocation number `failing` (from 1) of this thread fail while it lives; 0: none. Counts them.
+// Makes the allocation number `failing` (from 1) of this thread, or every one from it on, fail while it lives; 0: none.
+// Counts them.
 class AllocationFault {
  public:
-  explicit AllocationFault(int failing);
+  explicit AllocationFault(int failing, bool fromThenOn = false);
   ~AllocationFault();
   int Count() const;
 };

@@ -66,7 +66,7 @@ TEST(LangResource, FontIsMadeOnceAndDeletedWithTheResource) {
     EXPECT_EQ(resource.GetDialogFont(), font);
     LOGFONTW made = {};
     ASSERT_NE(GetObjectW(font, sizeof(made), &made), 0);
-    const platform::WindowDC screen(nullptr);
+    const platform::WindowDC screen(GetDesktopWindow());
     EXPECT_EQ(made.lfHeight, -MulDiv(8, GetDeviceCaps(screen.get(), LOGPIXELSY), 72));
     EXPECT_STREQ(made.lfFaceName, L"Microsoft Sans Serif");
   }

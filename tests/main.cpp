@@ -36,12 +36,14 @@ DialogDriver::~DialogDriver() {
   m_thread.join();
 }
 
+std::filesystem::path LibraryPath() {
+  wchar_t program[MAX_PATH] = {};
+  GetModuleFileNameW(nullptr, program, MAX_PATH);
+  return std::filesystem::path(program).parent_path() / L"WiaScanDialog.dll";
+}
+
 HMODULE Library() {
-  static const HMODULE library = [] {
-    wchar_t program[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    return LoadLibraryW((std::filesystem::path(program).parent_path() / L"WiaScanDialog.dll").c_str());
-  }();
+  static const HMODULE library = LoadLibraryW(LibraryPath().c_str());
   return library;
 }
 

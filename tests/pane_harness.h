@@ -36,7 +36,7 @@ struct PaneScreen {
     const POINT origin = PaneOrigin(d);
     BITMAPINFO info = {{sizeof(BITMAPINFOHEADER), width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {}};
     void* bits = nullptr;
-    const platform::WindowDC screen(nullptr);
+    const platform::WindowDC screen(GetDesktopWindow());
     const HDC memory = CreateCompatibleDC(screen.get());
     const platform::GdiObject bitmap(CreateDIBSection(memory, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
     {

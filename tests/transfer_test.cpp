@@ -318,7 +318,7 @@ TEST(TransferCallback, ComRulesAndLateCalls) {
   EXPECT_EQ(callback->TransferCallback(0, nullptr), S_OK);
   ComPtr<IStream> stream;
   EXPECT_EQ(callback->GetNextStream(0, nullptr, nullptr, &stream), S_OK);
-  EXPECT_EQ(callback->FirstFile(), folder.File(L"p.JPG"));
+  EXPECT_EQ(callback->TakeFirstFile(), folder.File(L"p.JPG"));
   callback->Close();
   EXPECT_EQ(callback->GetNextStream(0, nullptr, nullptr, &stream), E_FAIL) << "a driver that calls after the end";
   stream.Reset();

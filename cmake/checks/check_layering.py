@@ -12,7 +12,7 @@ TOP, MIDDLE, BOTTOM = "the entry layer", "the dialog layer", "the bottom layer"
 
 # What knows no dialog and no window. A folder stands for all its files; a name without ending for header and source.
 BOTTOM_FILES = {
-    "entry/debug_trace", "entry/registry_reader",
+    "entry/debug_trace", "entry/module_state", "entry/registry_reader",
     "preview/geometry", "preview/readout_format",
     "scan_dialog/settings_catalogue",
     "scanning/cut_rectangle", "scanning/image_file", "scanning/jpeg_file", "scanning/scan_file_names",

@@ -20,14 +20,19 @@ class GdiplusSession {
   explicit GdiplusSession(ULONG_PTR& token) noexcept : m_token(token) {
     const Gdiplus::GdiplusStartupInput input;
     m_token = 0;
-    Gdiplus::GdiplusStartup(&m_token, &input, nullptr);
+    m_started = Gdiplus::GdiplusStartup(&m_token, &input, nullptr) == Gdiplus::Ok;
   }
-  ~GdiplusSession() { Gdiplus::GdiplusShutdown(m_token); }
+  ~GdiplusSession() {
+    if (m_started) {
+      Gdiplus::GdiplusShutdown(m_token);
+    }
+  }
   GdiplusSession(const GdiplusSession&) = delete;
   GdiplusSession& operator=(const GdiplusSession&) = delete;
 
  private:
   ULONG_PTR& m_token;
+  bool m_started;
 };
 
 // Frees the dialog's language resources, whoever created them meanwhile. Outlives the dialog, whose controls use the

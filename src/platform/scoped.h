@@ -38,10 +38,11 @@ using BasicString = Unique<BSTR, &::SysFreeString>;
 using DeviceInfoSet = Unique<HDEVINFO, &::SetupDiDestroyDeviceInfoList>;
 
 // A device context of a window's client area, drawing in unmirrored pixels also when the window is laid out
-// right-to-left: images and frames in it must stand as they are scanned. Null when the window is gone.
+// right-to-left: images and frames in it must stand as they are scanned. Null when the window is gone, and for a null
+// window: the platform would give the screen's, and a dialog whose owner was destroyed meanwhile would draw there.
 class WindowDC {
  public:
-  explicit WindowDC(HWND window) noexcept : m_window(window), m_context(::GetDC(window)) {
+  explicit WindowDC(HWND window) noexcept : m_window(window), m_context(window != nullptr ? ::GetDC(window) : nullptr) {
     if (m_context != nullptr) {
       ::SetLayout(m_context, 0);
     }

@@ -83,5 +83,7 @@ BOOL SCAN_DIALOG::rotateImageFile(int command) {
   if (m_wstrPreviewFile[0] == L'\0') {
     return FALSE;
   }
-  return scanning::rotateImageFileByCommand(command, m_wstrPreviewFile);
+  const BOOL turned = scanning::rotateImageFileByCommand(command, m_wstrPreviewFile);
+  scanning::FollowImage(m_wstrPreviewFile);  // what is shown must also be deleted in the end
+  return turned;
 }

@@ -5,6 +5,7 @@
 #include "scan_dialog/scan_dialog.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/settings_catalogue.h"
+#include "scanning/jpeg_file.h"
 
 using Gdiplus::DllExports::GdipDrawImageRectRectI;
 using Gdiplus::DllExports::GdipGetImageHeight;
@@ -142,7 +143,8 @@ void SCAN_DIALOG::DrawPreviewImage(HWND hDlg, UINT x, UINT y, PreviewDrawMode mo
   const platform::WindowDC pane(::GetDlgItem(hDlg, IDC_PREVIEW_PANE));
   const platform::GdipGraphics graphics = pane.get() != nullptr ? platform::GraphicsOnDC(pane.get()) : nullptr;
   DebugTrace(L"m_wstrPreviewFile = %s", m_wstrPreviewFile);
-  const platform::GdipImage image = platform::LoadImageFromFile(m_wstrPreviewFile);
+  const platform::GdipImage image =
+      scanning::ClaimsTooMuch(m_wstrPreviewFile) ? nullptr : platform::LoadImageFromFile(m_wstrPreviewFile);
   if (image == nullptr) {
     return;
   }

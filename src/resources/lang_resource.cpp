@@ -129,7 +129,7 @@ HFONT LANG_RESOURCE::GetDialogFont() {
   }
 
   // Negative: the height of the characters, not of the cell.
-  const platform::WindowDC screen(nullptr);
+  const platform::WindowDC screen(GetDesktopWindow());
   const int height = -MulDiv(static_cast<int>(FONT_POINT_SIZE), GetDeviceCaps(screen.get(), LOGPIXELSY), 72);
   const HFONT font = CreateFontW(height, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_TT_PRECIS,
                                  CLIP_EMBEDDED, PROOF_QUALITY, DEFAULT_PITCH | FF_DONTCARE, L"Microsoft Sans Serif");

@@ -19,6 +19,8 @@ PROPSPEC PropertyById(PROPID id) {
   return property;
 }
 
+bool IsInteger(const PROPVARIANT& value) { return value.vt == VT_I4 || value.vt == VT_UI4; }
+
 // The 32-bit integers of a vector of valid values; drivers use signed and unsigned ones.
 bool ContainsInteger(const PROPVARIANT& values, LONG wanted) {
   if (values.vt != (VT_VECTOR | VT_I4) && values.vt != (VT_VECTOR | VT_UI4)) {
@@ -66,7 +68,7 @@ void SCAN_DIALOG::ReadFeederCapability() {
   }
   const PROPSPEC property = PropertyById(WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES);
   platform::ScopedPropVariant value;
-  if (storage->ReadMultiple(1, &property, value.put()) == S_OK) {
+  if (storage->ReadMultiple(1, &property, value.put()) == S_OK && IsInteger(value.get())) {
     m_bHasFeeder = (value.get().lVal & FEED_CAPABILITY) != 0;
   }
 }

@@ -34,6 +34,8 @@ struct Frame {
   double bottom;
 };
 
+bool Exists(const wchar_t* path) { return ::GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES; }
+
 QuarterTurns TurnsOfType(int rotationType) {
   switch (rotationType) {
     case 2:
@@ -205,7 +207,7 @@ platform::GdipImage TurnedAndCut(const wchar_t* path, QuarterTurns turns, const 
 // already has the name, or write through a link placed there beforehand. Opening a link also creates a target that is
 // missing, so the name itself is looked at first: that does not follow it.
 bool SaveAsNewFile(Gdiplus::GpImage* image, const CLSID& encoder, const wchar_t* path) {
-  if (::GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES) {
+  if (Exists(path)) {
     return false;
   }
   platform::ComPtr<IStream> stream;
@@ -308,6 +310,20 @@ BOOL processImageFile(const wchar_t* path, const ImageEditParams& params) {
     return turned;
   }
   return trimImageFile(path, params.left, params.top, params.right, params.bottom);
+}
+
+void FollowImage(wchar_t* path) {
+  if (Exists(path)) {
+    return;
+  }
+  for (const wchar_t* suffix : {kTurnSuffix, kTrimSuffix}) {
+    wchar_t temporary[MAX_PATH] = {};
+    if (SUCCEEDED(::StringCchCopyW(temporary, MAX_PATH, path)) &&
+        SUCCEEDED(::StringCchCatW(temporary, MAX_PATH, suffix)) && Exists(temporary)) {
+      ::StringCchCopyW(path, MAX_PATH, temporary);
+      return;
+    }
+  }
 }
 
 }  // namespace scanning

@@ -45,4 +45,8 @@ BOOL trimImageFile(const wchar_t* o_wstrImagePath, double left, double top, doub
 // operation's. Where both are possible they are done in one pass, so that the page is decoded and encoded once.
 BOOL processImageFile(const wchar_t* path, const ImageEditParams& params);
 
+// Where the image of a rewritten file is: a rename that failed has left it under the temporary name. `path`, a buffer
+// of MAX_PATH characters, is changed to that name then.
+void FollowImage(wchar_t* path);
+
 }  // namespace scanning

@@ -58,31 +58,51 @@ std::int64_t PixelCount(const FileHandle& file) {
   return 0;
 }
 
-}  // namespace
-
-bool IsWholeJpeg(const wchar_t* path) {
+// Null when it can't be opened or doesn't begin as a JPEG.
+FileHandle OpenJpeg(const wchar_t* path) {
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   const HANDLE opened = ::CreateFileW(path, GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
-  if (opened == INVALID_HANDLE_VALUE) {
-    return false;
-  }
-  const FileHandle file(opened);
-  LARGE_INTEGER size = {};
+  FileHandle file(opened != INVALID_HANDLE_VALUE ? opened : nullptr);
   BYTE start[2];
-  if (!::GetFileSizeEx(file.get(), &size) || ReadAt(file, 0, start) != sizeof start || start[0] != 0xFF ||
-      start[1] != 0xD8) {
-    return false;
+  if (file != nullptr && ReadAt(file, 0, start) == sizeof start && start[0] == 0xFF && start[1] == 0xD8) {
+    return file;
   }
+  return nullptr;
+}
+
+// 0 when the platform does not tell.
+std::int64_t SizeOf(const FileHandle& file) {
+  LARGE_INTEGER size = {};
+  return ::GetFileSizeEx(file.get(), &size) ? size.QuadPart : 0;
+}
+
+bool IsTooMuch(std::int64_t pixels, std::int64_t fileSize) {
   // Compressed data hold at least one bit for each 8 x 8 block.
   constexpr int kMostPixelsPerByte = 8 * 64;
+  return pixels > kLargestArea || pixels / kMostPixelsPerByte > fileSize;
+}
+
+}  // namespace
+
+bool ClaimsTooMuch(const wchar_t* path) {
+  const FileHandle file = OpenJpeg(path);
+  return file != nullptr && IsTooMuch(PixelCount(file), SizeOf(file));
+}
+
+bool IsWholeJpeg(const wchar_t* path) {
+  const FileHandle file = OpenJpeg(path);
+  if (file == nullptr) {
+    return false;
+  }
+  const std::int64_t size = SizeOf(file);
   const std::int64_t pixels = PixelCount(file);
-  if (pixels == 0 || pixels > kLargestArea || pixels / kMostPixelsPerByte > size.QuadPart) {
+  if (pixels == 0 || IsTooMuch(pixels, size)) {
     return false;
   }
   // Some devices fill the last block up, so the end is looked for in as much; within compressed data it does not occur.
   BYTE tail[512];
   constexpr BYTE kEnd[] = {0xFF, 0xD9};
-  const DWORD count = ReadAt(file, std::max<std::int64_t>(0, size.QuadPart - std::int64_t{sizeof tail}), tail);
+  const DWORD count = ReadAt(file, std::max<std::int64_t>(0, size - std::int64_t{sizeof tail}), tail);
   return std::search(tail, tail + count, kEnd, kEnd + sizeof kEnd) != tail + count;
 }
 

@@ -11,6 +11,8 @@
 #include "scanning/image_file.h"
 #include "scanning/scan_file_names.h"
 #include "scanning/transfer_callback.h"
+// Last: it declares the unbounded string functions deprecated.
+#include <strsafe.h>
 
 using platform::ComPtr;
 
@@ -43,7 +45,7 @@ Delivery Download(IWiaTransfer* transfer, HWND owner, const wchar_t* path, Purpo
     result = transfer->Download(0, callbackInterface.Get());
   }
   callback->Close();
-  return {result, callback->FirstFile(), callback->LaterPreviewFiles()};
+  return {result, callback->TakeFirstFile(), callback->TakeLaterPreviewFiles()};
 }
 
 }  // namespace
@@ -85,9 +87,13 @@ HRESULT SCAN_DIALOG::TransferPreview(IWiaTransfer* transfer) {
   if (FAILED(named)) {
     return named;
   }
+  const bool existedBefore = FileExists(name.path());
   const Delivery delivery = Download(transfer, m_hDlg, name.path(), Purpose::Preview);
   for (const std::wstring& later : delivery.laterFiles) {
     DeleteFileW(later.c_str());
+  }
+  if (delivery.firstFile.empty() && existedBefore) {
+    return delivery.result;  // as below: what is shown here is turned and deleted
   }
   if (delivery.result == S_OK) {
     UpdatePreviewImage(delivery.firstFile.empty() ? name.path() : delivery.firstFile.c_str());
@@ -110,13 +116,18 @@ HRESULT SCAN_DIALOG::TransferScan(IWiaTransfer* transfer, IWiaItem2* item) {
     // The file of that name is somebody else's: it is neither changed nor reported.
     return delivery.result;
   }
-  const wchar_t* written = delivery.firstFile.empty() ? path : delivery.firstFile.c_str();
+  wchar_t written[MAX_PATH] = {};
+  StringCchCopyW(written, MAX_PATH, delivery.firstFile.empty() ? path : delivery.firstFile.c_str());
   if (delivery.result == S_OK && m_bPreviewLoaded) {
     ImageEditParams params;
     GetImageEditParams(&params);
     processImageFile(written, params);
+    scanning::FollowImage(written);  // the caller opens what is reported
   }
-  return SUCCEEDED(delivery.result) ? ReportScan(item, written, delivery.result) : delivery.result;
+  // A handler that failed meanwhile, in a message loop of the driver's, makes the whole call fail: a caller that is
+  // told so does not look for files to free.
+  const bool reports = SUCCEEDED(delivery.result) && SUCCEEDED(HandlerFailure());
+  return reports ? ReportScan(item, written, delivery.result) : delivery.result;
 }
 
 HRESULT SCAN_DIALOG::ReportScan(IWiaItem2* item, const wchar_t* path, HRESULT result) {

@@ -114,13 +114,17 @@ HRESULT CSimpleWIACallback::CreatePageFile(IStream** destination) {
   DebugTrace(L"CSimpleWIACallback::GetNextStream - wszFileName = [%s]\n", wszFileName);
 
   // Creates the file and fails when one of that name has appeared meanwhile.
-  platform::ComPtr<IStream> stream;
-  if (SHCreateStreamOnFileEx(wszFileName, STGM_READWRITE, FILE_ATTRIBUTE_NORMAL, TRUE, nullptr, &stream) != S_OK) {
+  platform::ComPtr<IStream> file;
+  if (SHCreateStreamOnFileEx(wszFileName, STGM_READWRITE, FILE_ATTRIBUTE_NORMAL, TRUE, nullptr, &file) != S_OK) {
     return E_FAIL;
   }
+  platform::ComPtr<CPageStream> stream;
   try {
-    RememberFile(wszFileName);
+    *stream.GetAddressOf() = new CPageStream(file.Get());
+    file.Reset();
+    RememberFile(wszFileName, stream.Get());
   } catch (...) {
+    file.Reset();
     stream.Reset();
     DeleteFileW(wszFileName);
     return E_FAIL;
@@ -129,7 +133,8 @@ HRESULT CSimpleWIACallback::CreatePageFile(IStream** destination) {
   return S_OK;
 }
 
-void CSimpleWIACallback::RememberFile(const wchar_t* path) {
+void CSimpleWIACallback::RememberFile(const wchar_t* path, CPageStream* stream) {
+  m_streams.emplace_back(stream);
   if (m_firstFile.empty()) {
     m_firstFile = path;
   } else if (m_purpose == Purpose::Preview) {
@@ -142,5 +147,8 @@ void CSimpleWIACallback::Close() noexcept {
   // Only calls on other threads can still be inside; a message box there ends when the user closes it.
   while (m_callsInside != 0) {
     Sleep(1);
+  }
+  for (const platform::ComPtr<CPageStream>& stream : m_streams) {
+    stream->Close();
   }
 }

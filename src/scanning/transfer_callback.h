@@ -5,9 +5,13 @@
 
 #include <atomic>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "entry/module_state.h"
+#include "platform/scoped.h"
 #include "platform/wia2.h"
+#include "scanning/page_stream.h"
 
 // Made on the heap with one reference, which Close must precede; frees itself with the last. The platform may take and
 // drop references and call from other threads; after Close every call is refused, since a driver that keeps the
@@ -35,19 +39,22 @@ class CSimpleWIACallback final : public IWiaTransferCallback {
   HRESULT STDMETHODCALLTYPE GetNextStream(LONG lFlags, BSTR bstrItemName, BSTR bstrFullItemName,
                                           IStream** ppDestination) override;
 
-  // The transfer is over: refuses further calls and waits for one that another thread is in.
+  // The transfer is over: refuses further calls, waits for one that another thread is in, and closes the files, also
+  // those whose streams the driver keeps: nobody could open or delete them otherwise.
   void Close() noexcept;
 
-  // After Close. The first file that was created; empty when no stream was asked for.
-  const std::wstring& FirstFile() const noexcept { return m_firstFile; }
+  // After Close. The first file that was created; empty when no stream was asked for. Given away, not copied: without
+  // memory for a copy nobody would know of the file any more.
+  std::wstring TakeFirstFile() noexcept { return std::move(m_firstFile); }
   // After Close. The later files of a preview.
-  const std::vector<std::wstring>& LaterPreviewFiles() const noexcept { return m_laterPreviewFiles; }
+  std::vector<std::wstring> TakeLaterPreviewFiles() noexcept { return std::move(m_laterPreviewFiles); }
 
  private:
   ~CSimpleWIACallback() = default;
   HRESULT CreatePageFile(IStream** destination);
-  void RememberFile(const wchar_t* path);
+  void RememberFile(const wchar_t* path, CPageStream* stream);
 
+  const ModuleLock m_moduleLock;
   volatile LONG m_cRef = 1;
   HWND m_hwndOwner;
   wchar_t m_wszFileName[MAX_PATH] = {};
@@ -58,4 +65,5 @@ class CSimpleWIACallback final : public IWiaTransferCallback {
   SRWLOCK m_filesLock = SRWLOCK_INIT;
   std::wstring m_firstFile;
   std::vector<std::wstring> m_laterPreviewFiles;
+  std::vector<platform::ComPtr<CPageStream>> m_streams;
 };

@@ -1,0 +1,79 @@
+#include "scanning/page_stream.h"
+
+void CPageStream::Close() noexcept {
+  AcquireSRWLockExclusive(&m_fileLock);
+  m_file.Reset();
+  ReleaseSRWLockExclusive(&m_fileLock);
+}
+
+template <class Method, class... Arguments>
+HRESULT CPageStream::PassOn(Method method, Arguments... arguments) noexcept {
+  // Shared: the file's stream orders its calls itself.
+  AcquireSRWLockShared(&m_fileLock);
+  const HRESULT result = m_file != nullptr ? (m_file.Get()->*method)(arguments...) : STG_E_REVERTED;
+  ReleaseSRWLockShared(&m_fileLock);
+  return result;
+}
+
+HRESULT STDMETHODCALLTYPE CPageStream::QueryInterface(REFIID riid, void** ppv) {
+  if (ppv == nullptr) {
+    return E_POINTER;
+  }
+  *ppv = nullptr;
+  if (!IsEqualIID(riid, IID_IUnknown) && !IsEqualIID(riid, IID_ISequentialStream) && !IsEqualIID(riid, IID_IStream)) {
+    return E_NOINTERFACE;
+  }
+  *ppv = static_cast<IStream*>(this);
+  AddRef();
+  return S_OK;
+}
+
+ULONG STDMETHODCALLTYPE CPageStream::AddRef() { return static_cast<ULONG>(InterlockedIncrement(&m_cRef)); }
+
+ULONG STDMETHODCALLTYPE CPageStream::Release() {
+  if (m_cRef == 2) {
+    Close();  // before the reference is given up: the transfer may drop its own at any time
+  }
+  const LONG count = InterlockedDecrement(&m_cRef);
+  if (count == 0) {
+    delete this;
+  }
+  return static_cast<ULONG>(count);
+}
+
+HRESULT STDMETHODCALLTYPE CPageStream::Read(void* bytes, ULONG size, ULONG* read) {
+  return PassOn(&IStream::Read, bytes, size, read);
+}
+
+HRESULT STDMETHODCALLTYPE CPageStream::Write(const void* bytes, ULONG size, ULONG* written) {
+  return PassOn(&IStream::Write, bytes, size, written);
+}
+
+HRESULT STDMETHODCALLTYPE CPageStream::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) {
+  return PassOn(&IStream::Seek, move, origin, position);
+}
+
+HRESULT STDMETHODCALLTYPE CPageStream::SetSize(ULARGE_INTEGER size) { return PassOn(&IStream::SetSize, size); }
+
+HRESULT STDMETHODCALLTYPE CPageStream::CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE_INTEGER* read,
+                                              ULARGE_INTEGER* written) {
+  return PassOn(&IStream::CopyTo, target, size, read, written);
+}
+
+HRESULT STDMETHODCALLTYPE CPageStream::Commit(DWORD flags) { return PassOn(&IStream::Commit, flags); }
+
+HRESULT STDMETHODCALLTYPE CPageStream::Revert() { return PassOn(&IStream::Revert); }
+
+HRESULT STDMETHODCALLTYPE CPageStream::LockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size, DWORD type) {
+  return PassOn(&IStream::LockRegion, offset, size, type);
+}
+
+HRESULT STDMETHODCALLTYPE CPageStream::UnlockRegion(ULARGE_INTEGER offset, ULARGE_INTEGER size, DWORD type) {
+  return PassOn(&IStream::UnlockRegion, offset, size, type);
+}
+
+HRESULT STDMETHODCALLTYPE CPageStream::Stat(STATSTG* status, DWORD flags) {
+  return PassOn(&IStream::Stat, status, flags);
+}
+
+HRESULT STDMETHODCALLTYPE CPageStream::Clone(IStream** /*clone*/) { return E_NOTIMPL; }
