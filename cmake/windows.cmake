@@ -60,9 +60,10 @@ file(GLOB WSD_SIMULATOR_SOURCES CONFIGURE_DEPENDS simulator/*.cpp)
 set(WSD_DEMO_SOURCES ${WSD_SIMULATOR_SOURCES})
 list(FILTER WSD_DEMO_SOURCES INCLUDE REGEX "simulator/(scan_demo|command_line|tour)[^/]*\\.cpp$")
 list(REMOVE_ITEM WSD_SIMULATOR_SOURCES ${WSD_DEMO_SOURCES})
-add_library(wsd_simulator STATIC ${WSD_SIMULATOR_SOURCES} src/platform/wia2.cpp)
+add_library(wsd_simulator STATIC ${WSD_SIMULATOR_SOURCES} src/platform/wia2.cpp src/platform/arm64_va_list.cpp)
 target_include_directories(wsd_simulator PUBLIC src ${CMAKE_SOURCE_DIR})
-target_link_libraries(wsd_simulator PUBLIC advapi32 gdi32 gdiplus ole32 oleaut32 setupapi shlwapi user32 uuid windowscodecs)
+target_link_libraries(wsd_simulator PUBLIC
+  advapi32 gdi32 gdiplus ntdll ole32 oleaut32 psapi setupapi shlwapi user32 uuid windowscodecs)
 
 if(WSD_DEMO_SOURCES)
 add_executable(scan_demo ${WSD_DEMO_SOURCES})

@@ -13,6 +13,9 @@ fail() {
   exit 1
 }
 
+can_be_root() { [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null; }
+as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
+
 # step NAME COMMAND...: runs a step quietly; says how long it took, or which step failed and where its log is.
 step() {
   local name=$1 log started
