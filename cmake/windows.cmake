@@ -1,5 +1,6 @@
 # The library, the simulated scanner and the demo host, for Windows.
 enable_language(RC)
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 add_compile_definitions(
   UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN
@@ -32,23 +33,35 @@ function(wsd_split_debug_information target)
     return()
   endif()
   add_custom_command(TARGET ${target} POST_BUILD
-    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
-    COMMAND ${CMAKE_STRIP} $<TARGET_FILE:${target}>
-    COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>
+    # -p: otherwise these put the time of day into the file.
+    COMMAND ${CMAKE_OBJCOPY} -p --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
+    COMMAND ${CMAKE_STRIP} -p $<TARGET_FILE:${target}>
+    COMMAND ${CMAKE_OBJCOPY} -p --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>
     VERBATIM)
 endfunction()
 
 # Everything but the exports: the library and the tests are made of it.
 file(GLOB WSD_CORE_SOURCES CONFIGURE_DEPENDS src/*/*.cpp)
-list(FILTER WSD_CORE_SOURCES EXCLUDE REGEX "src/entry/exports\\.cpp$")
+list(FILTER WSD_CORE_SOURCES EXCLUDE REGEX "src/entry/(exports|load_config)\\.cpp$")
 add_library(wsd_core STATIC ${WSD_CORE_SOURCES})
 target_include_directories(wsd_core PUBLIC src)
 target_link_libraries(wsd_core PUBLIC
   advapi32 comctl32 gdi32 gdiplus ole32 oleaut32 setupapi shell32 shlwapi user32 uuid)
 
-add_library(WiaScanDialog SHARED src/entry/exports.cpp src/entry/WiaScanDialog.def res/wia_scan_dialog.rc)
+add_library(WiaScanDialog SHARED src/entry/exports.cpp src/entry/load_config.cpp src/entry/WiaScanDialog.def res/wia_scan_dialog.rc)
 set_target_properties(WiaScanDialog PROPERTIES PREFIX "")
 target_link_libraries(WiaScanDialog PRIVATE wsd_core)
+if(MSVC)
+  target_link_options(WiaScanDialog PRIVATE /DEPENDENTLOADFLAG:0x800)
+else()
+  # Nothing refers to the load configuration; a 32-bit symbol has one underscore more.
+  set(underscore $<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:_>)
+  target_link_options(WiaScanDialog PRIVATE -Wl,-u,${underscore}_load_config_used)
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  add_custom_command(TARGET WiaScanDialog POST_BUILD
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/cmake/set_load_config.py $<TARGET_FILE:WiaScanDialog> VERBATIM)
+endif()
 file(GLOB_RECURSE WSD_RESOURCE_FILES CONFIGURE_DEPENDS res/*.rc res/images/*.ico res/images/*.cur)
 set_source_files_properties(res/wia_scan_dialog.rc PROPERTIES
   OBJECT_DEPENDS "${WSD_RESOURCE_FILES};${CMAKE_SOURCE_DIR}/src/resources/resource_ids.h"
@@ -63,7 +76,7 @@ list(REMOVE_ITEM WSD_SIMULATOR_SOURCES ${WSD_DEMO_SOURCES})
 add_library(wsd_simulator STATIC ${WSD_SIMULATOR_SOURCES} src/platform/wia2.cpp src/platform/arm64_va_list.cpp)
 target_include_directories(wsd_simulator PUBLIC src ${CMAKE_SOURCE_DIR})
 target_link_libraries(wsd_simulator PUBLIC
-  advapi32 gdi32 gdiplus ntdll ole32 oleaut32 psapi setupapi shlwapi user32 uuid windowscodecs)
+  advapi32 gdi32 gdiplus ntdll ole32 oleaut32 setupapi shlwapi user32 uuid windowscodecs)
 
 if(WSD_DEMO_SOURCES)
 add_executable(scan_demo ${WSD_DEMO_SOURCES})

@@ -1,5 +1,4 @@
 # Checks that run no Windows program: of the built library, and of the sources. Included for Windows builds.
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(checks ${CMAKE_SOURCE_DIR}/cmake/checks)
 
 set(machine_x86_64 x64)

@@ -23,7 +23,8 @@ SYSTEM_LIBRARIES = {
 # Characteristics and DllCharacteristics of the headers.
 RELOCATIONS_STRIPPED, IS_DLL = 0x0001, 0x2000
 HIGH_ENTROPY, DYNAMIC_BASE, NO_EXECUTE = 0x0020, 0x0040, 0x0100
-EXPORT_TABLE, IMPORT_TABLE, RESOURCE_TABLE, RELOCATION_TABLE, DELAY_IMPORT_TABLE = 0, 1, 2, 5, 13
+EXPORT_TABLE, IMPORT_TABLE, RESOURCE_TABLE, RELOCATION_TABLE, LOAD_CONFIG, DELAY_IMPORT_TABLE = 0, 1, 2, 5, 10, 13
+SEARCH_SYSTEM_FOLDER = 0x800
 CURSOR, MENU, DIALOG, STRING, GROUP_CURSOR, GROUP_ICON, VERSION = 1, 4, 5, 6, 12, 14, 16
 NEUTRAL, ENGLISH = 0x0000, 0x0409
 LANGUAGES = {
@@ -38,7 +39,7 @@ class Image:
 
     def __init__(self, data):
         self.data = data
-        header = self.number("I", 0x3C)
+        self.header = header = self.number("I", 0x3C)
         if data[:2] != b"MZ" or data[header : header + 4] != b"PE\0\0":
             raise ValueError("not a PE file")
         self.machine, count, _, symbols, symbol_count, optional_size, self.characteristics = struct.unpack_from(
@@ -148,6 +149,12 @@ def check_headers(image, machine, wrong):
         wrong(f"flags {image.dll_characteristics:#06x} lack some of {flags:#06x}")
     if image.characteristics & RELOCATIONS_STRIPPED or image.directory(RELOCATION_TABLE) is None:
         wrong("no relocations: can't be loaded at a random address")
+    config = image.directory(LOAD_CONFIG)
+    flags_offset = 0x4E if magic == 0x20B else 0x36
+    if config is None or image.number("H", config + flags_offset) != SEARCH_SYSTEM_FOLDER:
+        wrong("imported libraries are looked for outside of the system's folder")
+    if image.number("I", image.header + 8) != 0:
+        wrong("the time of the build is inside: two builds differ")
     debug = [name for name, *_ in image.sections if name.startswith((".debug", ".zdebug", ".stab"))]
     if debug or image.symbol_count:
         wrong(f"debug information left inside: {debug}, {image.symbol_count} symbols")
