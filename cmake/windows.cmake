@@ -27,16 +27,20 @@ if(NOT MSVC)
   string(APPEND CMAKE_RC_FLAGS " -c 65001")
 endif()
 
+# Without it GNU's objcopy and strip put the time of day into the file; LLVM's don't, and lack the option.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  set(WSD_KEEP_TIME -p)
+endif()
+
 # Keeps the debug information beside the program, in <file>.debug, and out of what is shipped.
 function(wsd_split_debug_information target)
   if(MSVC OR NOT CMAKE_BUILD_TYPE STREQUAL "Release")
     return()
   endif()
   add_custom_command(TARGET ${target} POST_BUILD
-    # -p: otherwise these put the time of day into the file.
-    COMMAND ${CMAKE_OBJCOPY} -p --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
-    COMMAND ${CMAKE_STRIP} -p $<TARGET_FILE:${target}>
-    COMMAND ${CMAKE_OBJCOPY} -p --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>
+    COMMAND ${CMAKE_OBJCOPY} ${WSD_KEEP_TIME} --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
+    COMMAND ${CMAKE_STRIP} ${WSD_KEEP_TIME} $<TARGET_FILE:${target}>
+    COMMAND ${CMAKE_OBJCOPY} ${WSD_KEEP_TIME} --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>
     VERBATIM)
 endfunction()
 

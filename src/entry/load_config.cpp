@@ -23,7 +23,7 @@ constexpr IMAGE_LOAD_CONFIG_DIRECTORY MakeLoadConfig() {
 // its section.
 extern "C" {
 extern const IMAGE_LOAD_CONFIG_DIRECTORY _load_config_used;
-__attribute__((section(".loadcfg"))) const IMAGE_LOAD_CONFIG_DIRECTORY _load_config_used = MakeLoadConfig();
+[[gnu::section(".loadcfg")]] alignas(void*) const IMAGE_LOAD_CONFIG_DIRECTORY _load_config_used = MakeLoadConfig();
 }
 
 #endif
