@@ -11,7 +11,10 @@ namespace {
 
 void ApplyScrollPosition(HWND scrollBar, SCROLLINFO& info, int position) {
   info.nPos = position;
-  ::SetScrollInfo(scrollBar, SB_CTL, &info, TRUE);
+  // Setting a position paints the bar, also when it is there already: one axis often stays where it is.
+  if (::GetScrollPos(scrollBar, SB_CTL) != position) {
+    ::SetScrollInfo(scrollBar, SB_CTL, &info, TRUE);
+  }
 }
 
 }  // namespace

@@ -47,7 +47,14 @@ void SetScrollBar(HWND scrollBar, SCROLLINFO& info, UINT imageSize, UINT page, i
   info.nMax = static_cast<int>(imageSize);
   info.nPage = page;
   info.nPos = position;
-  ::SetScrollInfo(scrollBar, SB_CTL, &info, TRUE);
+  SCROLLINFO shown = {};
+  shown.cbSize = sizeof(shown);
+  shown.fMask = info.fMask;
+  // Setting what the bar shows already would paint it once more.
+  if (!::GetScrollInfo(scrollBar, SB_CTL, &shown) || shown.nMin != info.nMin || shown.nMax != info.nMax ||
+      shown.nPage != info.nPage || shown.nPos != info.nPos) {
+    ::SetScrollInfo(scrollBar, SB_CTL, &info, TRUE);
+  }
 }
 
 }  // namespace

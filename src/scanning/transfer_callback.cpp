@@ -4,6 +4,7 @@
 #include <shlwapi.h>
 
 #include <algorithm>
+#include <cwchar>
 #include <iterator>
 
 #include "entry/debug_trace.h"
@@ -42,12 +43,39 @@ class CallInside {
 };
 
 // The path itself, or "name (2).JPG" and so on when a file of that name exists. The file's folder and leaf name go in
-// separately: the form that takes a full path appends "(null)" on one runtime.
+// separately: the form that takes a full path appends "(null)" on one runtime. Empty when there is none.
 void MakeUniquePath(wchar_t* unique, const wchar_t* path) {
   wchar_t folder[MAX_PATH] = {};
   StringCchCopyW(folder, MAX_PATH, path);
   PathRemoveFileSpecW(folder);
-  PathYetAnotherMakeUniqueName(unique, folder, nullptr, PathFindFileNameW(path));
+  if (!PathYetAnotherMakeUniqueName(unique, folder, nullptr, PathFindFileNameW(path))) {
+    unique[0] = L'\0';
+  }
+}
+
+// "name (number).JPG", as the platform writes it. False when that is too long.
+bool MakeVariant(wchar_t* variant, const wchar_t* path, int number) {
+  const wchar_t* extension = PathFindExtensionW(path);
+  return SUCCEEDED(StringCchPrintfW(variant, MAX_PATH, L"%.*ls (%d)%ls", static_cast<int>(extension - path), path,
+                                    number, extension));
+}
+
+// The number in a variant of the path; 0 for the path itself, and for a name that the platform made in another way.
+int NumberOfVariant(const wchar_t* variant, const wchar_t* path) {
+  const wchar_t* bracket = StrRChrW(variant, nullptr, L'(');
+  const int number = bracket != nullptr ? StrToIntW(bracket + 1) : 0;
+  wchar_t same[MAX_PATH] = {};
+  return number > 1 && MakeVariant(same, path, number) && std::wcscmp(same, variant) == 0 ? number : 0;
+}
+
+// Null when a file of that name is there, or none can be made. flags: as CreateFileW takes them beside the attributes.
+platform::ComPtr<IStream> CreateNewFile(const wchar_t* path, DWORD flags) {
+  platform::ComPtr<IStream> file;
+  const DWORD attributes = FILE_ATTRIBUTE_NORMAL | flags;
+  if (SHCreateStreamOnFileEx(path, STGM_READWRITE, attributes, TRUE, nullptr, &file) != S_OK) {
+    return nullptr;
+  }
+  return file;
 }
 
 }  // namespace
@@ -110,14 +138,27 @@ HRESULT STDMETHODCALLTYPE CSimpleWIACallback::GetNextStream(LONG /*lFlags*/, BST
 
 HRESULT CSimpleWIACallback::CreatePageFile(IStream** destination) {
   wchar_t wszFileName[MAX_PATH] = {};
-  MakeUniquePath(wszFileName, m_wszFileName);
-  DebugTrace(L"CSimpleWIACallback::GetNextStream - wszFileName = [%s]\n", wszFileName);
-
-  // Creates the file and fails when one of that name has appeared meanwhile.
   platform::ComPtr<IStream> file;
-  if (SHCreateStreamOnFileEx(wszFileName, STGM_READWRITE, FILE_ATTRIBUTE_NORMAL, TRUE, nullptr, &file) != S_OK) {
+  // The platform's search asks for the path itself and then for every number from 2 on. In a stack of pages all of them
+  // are taken up to the last page's, so the next one is tried first. A name that somebody freed meanwhile is not used
+  // again: the pages keep their order.
+  const bool named = m_firstFile.empty()
+                         ? SUCCEEDED(StringCchCopyW(wszFileName, MAX_PATH, m_wszFileName))
+                         : m_lastVariant != 0 && MakeVariant(wszFileName, m_wszFileName, m_lastVariant + 1);
+  if (named) {
+    // Nobody has asked whether a link of that name is there. One whose target is missing would create the target; with
+    // the flag it counts as a file.
+    file = CreateNewFile(wszFileName, FILE_FLAG_OPEN_REPARSE_POINT);
+  }
+  if (file == nullptr) {
+    MakeUniquePath(wszFileName, m_wszFileName);
+    file = CreateNewFile(wszFileName, 0);  // fails when a file of that name has appeared meanwhile
+  }
+  DebugTrace(L"CSimpleWIACallback::GetNextStream - wszFileName = [%s]\n", wszFileName);
+  if (file == nullptr) {
     return E_FAIL;
   }
+  m_lastVariant = NumberOfVariant(wszFileName, m_wszFileName);
   platform::ComPtr<CPageStream> stream;
   try {
     *stream.GetAddressOf() = new CPageStream(file.Get());

@@ -63,6 +63,7 @@ class CSimpleWIACallback final : public IWiaTransferCallback {
   std::atomic<bool> m_closed = false;
   std::atomic<int> m_callsInside = 0;
   SRWLOCK m_filesLock = SRWLOCK_INIT;
+  int m_lastVariant = 0;  // the number in the last page's name; 0: none
   std::wstring m_firstFile;
   std::vector<std::wstring> m_laterPreviewFiles;
   std::vector<platform::ComPtr<CPageStream>> m_streams;
