@@ -12,7 +12,7 @@ runtime_screen_pid=
 
 # Starts a screen of our own and makes DISPLAY point at it.
 runtime_start_screen() {
-  local number_file=$BUILD/screen.number
+  local number_file=$BUILD/screen.$BASHPID.number
   rm -f "$number_file"
   exec {runtime_number_fd}>"$number_file"
   Xvfb -displayfd "$runtime_number_fd" -screen 0 1280x1024x24 -nolisten tcp >"$LOGS/screen.log" 2>&1 &
@@ -27,6 +27,7 @@ runtime_start_screen() {
   [ -s "$number_file" ] || fail "the virtual screen did not answer"
   DISPLAY=:$(tr -d '\n' <"$number_file")
   export DISPLAY
+  rm -f "$number_file"
 }
 
 runtime_make_prefix() {

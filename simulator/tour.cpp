@@ -7,6 +7,7 @@
 #include "platform/gdiplus_owners.h"
 #include "platform/scoped.h"
 #include "resources/resource_ids.h"
+#include "simulator/dialog_finder.h"
 #include "simulator/gdiplus_session.h"
 
 namespace simulator {
@@ -15,17 +16,6 @@ namespace {
 constexpr DWORD kPatience = 10000;  // milliseconds for a step
 constexpr DWORD kMoment = 15;       // milliseconds between two movements of the pointer
 constexpr int kDragMoves = 12;
-
-BOOL CALLBACK FindDialog(HWND window, LPARAM found) {
-  DWORD process = 0;
-  ::GetWindowThreadProcessId(window, &process);
-  if (process != ::GetCurrentProcessId() || !::IsWindowVisible(window) ||
-      ::GetDlgItem(window, IDC_STATUS_BAR) == nullptr) {
-    return TRUE;
-  }
-  *reinterpret_cast<HWND*>(found) = window;
-  return FALSE;
-}
 
 void Input(const INPUT& input) {
   INPUT copy = input;
@@ -136,7 +126,7 @@ bool Tour::Wait(const std::function<bool()>& condition) {
 
 bool Tour::WaitForDialog() {
   const bool shown = Wait([this] {
-    ::EnumWindows(&FindDialog, reinterpret_cast<LPARAM>(&m_dialog));
+    m_dialog = FindScanDialog();
     return m_dialog != nullptr || m_done;
   });
   ::Sleep(500);  // window managers give the focus with a delay

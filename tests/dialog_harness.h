@@ -3,17 +3,18 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/module_instance.h"
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
-#include "tests/image_samples.h"
+#include "simulator/allocation_fault.h"
+#include "simulator/dialog_driver.h"
+#include "simulator/image_samples.h"
+#include "simulator/simulated_user.h"
 
 namespace harness {
 
@@ -21,16 +22,7 @@ namespace harness {
 HMODULE Library();
 std::filesystem::path LibraryPath();
 
-// Handles every message that is waiting, paint messages included.
-inline void Pump(HWND hDlg) {
-  MSG message;
-  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-    if (!IsDialogMessageW(hDlg, &message)) {
-      TranslateMessage(&message);
-      DispatchMessageW(&message);
-    }
-  }
-}
+using simulator::AllocationFault, simulator::DialogDriver, simulator::HandleMessages, simulator::MessageBoxCloser;
 
 class TestDialog : public SCAN_DIALOG {
  public:
@@ -63,7 +55,7 @@ class TestDialog : public SCAN_DIALOG {
   }
   INT_PTR OnAppMessage(HWND hDlg, UINT message, WPARAM, LPARAM) override {
     if (message == RUN_SCRIPT && script) {
-      Pump(hDlg);
+      HandleMessages(hDlg);
       const Script once = std::move(script);
       script = nullptr;
       once(*this);
@@ -107,41 +99,5 @@ class TestDialog : public SCAN_DIALOG {
 // Runs a dialog modally for this request and calls the script once it is shown; the dialog ends with the script, or
 // when the script ended it. Its end code.
 INT_PTR RunDialog(TestDialog& dialog, const TestDialog::Script& script, DEVICEDIALOGDATA2* request = nullptr);
-
-// Acts on a dialog from another thread, as a user does while DeviceDialog runs: waits until it is shown, then calls the
-// action with its window.
-class DialogDriver {
- public:
-  explicit DialogDriver(std::function<void(HWND)> action);
-  ~DialogDriver();
-
- private:
-  std::atomic<bool> m_stop = false;
-  std::thread m_thread;
-};
-
-// Makes the allocation number `failing` (from 1) of this thread, or every one from it on, fail while it lives; 0: none.
-// Counts them.
-class AllocationFault {
- public:
-  explicit AllocationFault(int failing, bool fromThenOn = false);
-  ~AllocationFault();
-  int Count() const;
-};
-
-// Answers message boxes with this caption as a user would, from another thread, and keeps their texts.
-class MessageBoxCloser {
- public:
-  explicit MessageBoxCloser(const std::wstring& caption);
-  ~MessageBoxCloser();
-  // Texts shown so far. Call after the boxes are closed.
-  const std::vector<std::wstring>& Texts() const { return m_texts; }
-
- private:
-  void Run(const std::wstring& caption);
-  std::atomic<bool> m_stop = false;
-  std::vector<std::wstring> m_texts;
-  std::thread m_thread;
-};
 
 }  // namespace harness

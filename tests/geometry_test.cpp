@@ -75,6 +75,7 @@ TEST(GeometryScrolling, OffsetsStayInTheImage) {
   EXPECT_EQ(VisibleImageLimit(Page(0.24)), 640);
   EXPECT_EQ(CoveredPanePixels(Page(0.12)), 204);
   EXPECT_EQ(CoveredPanePixels(Page(0.24)), 240);
+  EXPECT_EQ(CoveredPanePixels(Page(0.24, 1200)), 120);
   EXPECT_EQ(ImagePixelsIn(240, 0.36), 666U);
 }
 

@@ -100,6 +100,7 @@ TEST(Initialisation, CapabilitiesDecideTheLists) {
       {{.resolutions = {200, 300}, .nominalResolution = 400}, true, true, false},
       {{.hasFlatbed = false}, true, false, false},
       {{.rawResolutionValues = std::vector<LONG>{}}, true, false, false},
+      {{.rawResolutionValues = std::vector<LONG>{400, 200}}, true, true, false},  // the count is a value, too
   };
   for (const auto& expected : devices) {
     SimulatedScanner scanner(expected.device);

@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
+#include "simulator/screen_pixels.h"
 #include "tests/dialog_harness.h"
 
 namespace harness {
@@ -14,12 +12,6 @@ constexpr COLORREF DARK_GREY = RGB(64, 64, 64);
 constexpr int ZOOM_PERCENT[] = {50, 75, 100, 150, 200, 300, 400};
 
 inline double Scale(int percent) { return percent / 100.0 * 0.12; }
-
-// Brings what was drawn to the screen: drawing is collected until the thread finds no message waiting.
-inline void Flush() {
-  MSG message;
-  PeekMessageW(&message, nullptr, 0xBFFF, 0xBFFF, PM_NOREMOVE);
-}
 
 // The pane's top-left corner on the screen.
 inline POINT PaneOrigin(const TestDialog& d) {
@@ -30,29 +22,12 @@ inline POINT PaneOrigin(const TestDialog& d) {
 }
 
 // The pane's pixels as the user sees them, row by row, its border included.
-struct PaneScreen {
-  explicit PaneScreen(const TestDialog& d) : width(d.m_rcPane.width()), height(d.m_rcPane.height()) {
-    Flush();
-    const POINT origin = PaneOrigin(d);
-    BITMAPINFO info = {{sizeof(BITMAPINFOHEADER), width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {}};
-    void* bits = nullptr;
-    const platform::WindowDC screen(GetDesktopWindow());
-    const HDC memory = CreateCompatibleDC(screen.get());
-    const platform::GdiObject bitmap(CreateDIBSection(memory, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
-    {
-      const platform::SelectedObject selected(memory, bitmap.get());
-      BitBlt(memory, 0, 0, width, height, screen.get(), origin.x, origin.y, SRCCOPY);
-      GdiFlush();
-      const auto* first = static_cast<const DWORD*>(bits);
-      for (int i = 0; i < width * height; ++i) {
-        // The box between the two scroll bars overlaps the pane's last corner.
-        const bool isBox = i % width >= width - 2 && i / width >= height - 2;
-        pixels.push_back(isBox ? 0 : first[i] & 0xFFFFFF);
-      }
-    }
-    DeleteDC(memory);
+struct PaneScreen : simulator::ScreenPixels {
+  explicit PaneScreen(const TestDialog& d)
+      : ScreenPixels(PaneOrigin(d).x, PaneOrigin(d).y, d.m_rcPane.width(), d.m_rcPane.height()) {
+    // The box between the two scroll bars overlaps the pane's last corner.
+    for (const int corner : {1, 2, width + 1, width + 2}) pixels[pixels.size() - static_cast<std::size_t>(corner)] = 0;
   }
-  DWORD At(int x, int y) const { return pixels[static_cast<std::size_t>(y * width + x)]; }  // 0xRRGGBB
   // R, G, B, Y, k for the dark grey background, K for black, '?' for anything else.
   char Letter(int x, int y) const {
     const auto isClose = [pixel = At(x, y)](DWORD color) {
@@ -77,11 +52,6 @@ struct PaneScreen {
     for (int y = 0; y < height; ++y) black = black && At(0, y) == 0 && At(width - 1, y) == 0;
     return black;
   }
-  friend bool operator==(const PaneScreen&, const PaneScreen&) = default;
-
-  int width;
-  int height;
-  std::vector<DWORD> pixels;
 };
 
 class MirroredDialog : public TestDialog {
@@ -112,7 +82,7 @@ class PaneTest : public testing::Test {
     const std::wstring file = folder.File(L"page.jpg");
     ASSERT_TRUE(samples::WriteQuadrants(file, width, height, dpi, dpi));
     d.UpdatePreviewImage(file.c_str());
-    Pump(d.m_hDlg);
+    HandleMessages(d.m_hDlg);
   }
   samples::TemporaryFolder folder;
 };

@@ -108,6 +108,7 @@ TEST_F(PreviewTools, FramesInAllDirectionsWithTheirMinimumSide) {
 
 TEST_F(PreviewTools, TheNineByNineCornerResizes) {
   WithTool(IDC_TOOL_SELECT, [](TestDialog& d, Pointer& pointer) {
+    const PaneScreen clean(d);
     for (int offset = -5; offset <= 5; ++offset) {
       for (const bool horizontal : {true, false}) {
         d.ClearSelection(d.m_hDlg);
@@ -129,6 +130,8 @@ TEST_F(PreviewTools, TheNineByNineCornerResizes) {
         EXPECT_EQ(d.m_rcSelection.left + d.m_rcSelection.top, 40);
         EXPECT_NEAR(d.m_rcSelection.right, 85, 1);
         EXPECT_NEAR(d.m_rcSelection.bottom, 105, 1);
+        d.ClearSelection(d.m_hDlg);
+        EXPECT_TRUE(PaneScreen(d) == clean) << "a rubber band was not erased";
       }
     }
   });
@@ -157,14 +160,14 @@ TEST_F(PreviewTools, ADragThatLostItsReleaseIsFinished) {
       EXPECT_TRUE(d.m_bSelecting);
       pointer.Move(80, 60);
       InvalidateRect(d.m_hDlg, nullptr, TRUE);  // repainted in the middle of the drag
-      Pump(d.m_hDlg);
+      HandleMessages(d.m_hDlg);
       end(d, pointer);
       EXPECT_FALSE(d.m_bSelecting);
       EXPECT_LE(d.m_rcSelection.left + 10, d.m_rcSelection.right);
       d.ClearSelection(d.m_hDlg);
       const PaneScreen after(d);
       InvalidateRect(d.m_hDlg, nullptr, TRUE);
-      Pump(d.m_hDlg);
+      HandleMessages(d.m_hDlg);
       EXPECT_TRUE(after == PaneScreen(d));  // nothing was left of rubber band and frame
     }
   });
@@ -248,14 +251,19 @@ TEST_F(PreviewTools, ZoomClicksCentreAndPanFollows) {
       EXPECT_EQ(d.m_rcSelection, (Rect{20, 20, 60, 60}));
     }
     d.Command(IDC_TOOL_PAN);
-    Zoom(d, 6, 500);
+    Zoom(d, 5, 500);
+    d.Send(IDC_ZOOM_LIST, CB_SETCURSEL, 6);
+    d.OnZoomComboChange(d.m_hDlg);
+    EXPECT_EQ(std::pair(d.m_siHorz.nPos, d.m_siVert.nPos), std::pair(500, 500));
     pointer.Press(100, 100);
     pointer.Move(76, 148);
     EXPECT_EQ(std::pair(d.m_nScrollX, d.m_nScrollY), std::pair(550, 400));
     EXPECT_EQ(GetScrollPos(d.Control(IDC_VERTICAL_SCROLL), SB_CTL), 400);
-    pointer.Release(76, 148);
+    pointer.Move(64, 124);
+    EXPECT_EQ(std::pair(d.m_nScrollX, d.m_nScrollY), std::pair(575, 450));
+    pointer.Release(64, 124);
     pointer.Move(150, 150);
-    EXPECT_EQ(d.m_nScrollX, 550);
+    EXPECT_EQ(d.m_nScrollX, 575);
   });
 }
 
@@ -305,7 +313,7 @@ TEST_F(PreviewTools, ARealPointerDrawsTheSameFrameInBothDirectionsOfReading) {
       mouse_event(button, 0, 0, 0, 0);
       for (int i = 0; i < 10; ++i) {
         Sleep(5);
-        Pump(d.m_hDlg);
+        HandleMessages(d.m_hDlg);
       }
     };
     real(50, 50, 0);

@@ -152,11 +152,11 @@ TEST_F(PreviewView, WhateverCoversThePaneLeavesNoTrace) {
         const HWND window = CreateWindowExW(WS_EX_TOPMOST | WS_EX_NOACTIVATE, L"STATIC", L"", WS_POPUP | WS_VISIBLE,
                                             dialog.left + d.m_rcPane.left + 20, dialog.top, 80, 300, nullptr, nullptr,
                                             nullptr, nullptr);
-        Pump(d.m_hDlg);
+        HandleMessages(d.m_hDlg);
         DestroyWindow(window);
         const RECT part = {d.m_rcPane.left - 5, d.m_rcPane.top + 30, d.m_rcPane.left + 90, d.m_rcPane.top + 90};
         InvalidateRect(d.m_hDlg, &part, TRUE);
-        Pump(d.m_hDlg);
+        HandleMessages(d.m_hDlg);
       };
       const PaneScreen empty(d);
       cover();

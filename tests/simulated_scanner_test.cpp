@@ -3,7 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "simulator/gdiplus_session.h"
+#include "simulator/image_samples.h"
+#include "simulator/page_receiver.h"
 
 namespace {
 
@@ -11,37 +12,7 @@ using namespace simulator;
 using platform::ComPtr;
 using Values = std::vector<std::pair<PROPID, LONG>>;
 
-// Takes every page into memory and remembers what it was told.
-class Receiver final : public IWiaTransferCallback {
- public:
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void**) override { return E_NOINTERFACE; }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
-  ULONG STDMETHODCALLTYPE Release() override { return --references; }
-  HRESULT STDMETHODCALLTYPE TransferCallback(LONG, WiaTransferParams* parameters) override {
-    thread = ::GetCurrentThreadId();
-    if (parameters == nullptr) {
-      ++nullRecords;
-    } else if (parameters->lMessage == WIA_TRANSFER_MSG_STATUS) {
-      rising = rising && (parameters->lPercentComplete >= percent || parameters->lPercentComplete == 0);
-      percent = parameters->lPercentComplete;
-      status = FAILED(parameters->hrErrorStatus) ? parameters->hrErrorStatus : status;
-    }
-    return S_OK;
-  }
-  HRESULT STDMETHODCALLTYPE GetNextStream(LONG, BSTR, BSTR, IStream** stream) override {
-    ::CreateStreamOnHGlobal(nullptr, TRUE, &pages.emplace_back());
-    return refuse ? STG_E_ACCESSDENIED : pages.back().CopyTo(stream);
-  }
-
-  std::vector<ComPtr<IStream>> pages;
-  ULONG references = 1;
-  DWORD thread = 0;
-  int nullRecords = 0;
-  LONG percent = 0;
-  bool rising = true;
-  bool refuse = false;
-  HRESULT status = S_OK;
-};
+using Receiver = PageReceiver;
 
 template <class Interface>
 ComPtr<Interface> Query(IWiaItem2& item, REFIID iid) {
@@ -86,13 +57,6 @@ int Components(IStream& stream) {
     }
   }
   return 0;
-}
-
-bool Shows(Gdiplus::Bitmap& image, UINT x, UINT y, COLORREF expected) {
-  Gdiplus::Color color;
-  image.GetPixel(static_cast<INT>(x), static_cast<INT>(y), &color);
-  return std::abs(color.GetR() - GetRValue(expected)) < 8 && std::abs(color.GetG() - GetGValue(expected)) < 8 &&
-         std::abs(color.GetB() - GetBValue(expected)) < 8;
 }
 
 TEST(SimulatedScanner, RefusesWhatADriverRefusesAndAppliesABatchWholeOrNotAtAll) {
@@ -147,8 +111,8 @@ TEST(SimulatedScanner, SendsThePageAtTheItemsSettings) {
     EXPECT_EQ(image.GetWidth(), upright ? 620u : 437u);  // 105 x 148 mm
     EXPECT_EQ(image.GetHeight(), upright ? 437u : 620u);
     EXPECT_NEAR(image.GetHorizontalResolution(), upright ? 150 : 75, 0.1);
-    EXPECT_TRUE(Shows(image, 10, 10, topLeft[turn])) << turn;
-    EXPECT_TRUE(Shows(image, image.GetWidth() - 10, image.GetHeight() - 10, topLeft[(turn + 2) % 4])) << turn;
+    EXPECT_TRUE(samples::Shows(image, 10, 10, topLeft[turn])) << turn;
+    EXPECT_TRUE(samples::Shows(image, image.GetWidth() - 10, image.GetHeight() - 10, topLeft[(turn + 2) % 4])) << turn;
     EXPECT_EQ(Components(*receiver.pages[0].Get()), 3);
     EXPECT_TRUE(receiver.rising && receiver.percent == 100 && receiver.references == 1);
   }

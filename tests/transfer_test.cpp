@@ -1,6 +1,8 @@
 // Preview and scan through the real dialog and the simulated scanner: which item, which file, what is reported, and
 // what is left behind.
 #include <gtest/gtest.h>
+#include <shlobj.h>
+#include <shlwapi.h>
 
 #include <algorithm>
 #include <fstream>
@@ -15,18 +17,10 @@ using platform::ComPtr;
 using samples::Bytes;
 using simulator::FaultPlan;
 using simulator::SimulatedScanner;
+using simulator::TemporaryPreviews;
 using Names = std::set<std::wstring>;
 
 constexpr int PLATEN = 2;
-
-Names TemporaryFiles() {
-  Names names;
-  for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
-    const std::wstring name = entry.path().filename().wstring();
-    if (name.rfind(L"RVX", 0) == 0) names.insert(name);
-  }
-  return names;
-}
 
 class Transfer : public testing::Test {
  protected:
@@ -42,7 +36,7 @@ class Transfer : public testing::Test {
   // The dialog on the device; references, temporary files and the caller's outputs must be in order afterwards.
   INT_PTR Run(const harness::TestDialog::Script& script) {
     FreeResult();
-    const Names before = TemporaryFiles();
+    const Names before = TemporaryPreviews();
     INT_PTR endCode = 0;
     {
       const auto root = scanner.Root();
@@ -51,7 +45,7 @@ class Transfer : public testing::Test {
       endCode = harness::RunDialog(dialog, script, &request);
       request.pIWiaItemRoot = nullptr;
     }
-    EXPECT_EQ(TemporaryFiles(), before);
+    EXPECT_EQ(TemporaryPreviews(), before);
     EXPECT_EQ(scanner.LiveObjects().size(), request.pWiaItem != nullptr ? 1U : 0U);
     EXPECT_EQ(request.pWiaItem != nullptr, request.lNumFiles == 1);
     EXPECT_EQ(request.pbstrFilePaths != nullptr, request.lNumFiles == 1);
@@ -109,12 +103,6 @@ TEST_F(Transfer, ScanIsTurnedAndCutLikeThePreview) {
   // Letter at 200 dpi; the corners' colours clockwise from the top left.
   const COLORREF corners[] = {simulator::kTopLeftColor, simulator::kTopRightColor, simulator::kBottomRightColor,
                               simulator::kBottomLeftColor};
-  const auto resembles = [](Gdiplus::Bitmap& picture, UINT x, UINT y, COLORREF wanted) {
-    Gdiplus::Color color;
-    picture.GetPixel(static_cast<INT>(x), static_cast<INT>(y), &color);
-    return std::abs(color.GetR() - GetRValue(wanted)) < 24 && std::abs(color.GetG() - GetGValue(wanted)) < 24 &&
-           std::abs(color.GetB() - GetBValue(wanted)) < 24;
-  };
   for (int turns = 0; turns < 4; ++turns) {
     for (const bool framed : {false, true}) {
       Run([&](harness::TestDialog& dialog) {
@@ -134,11 +122,11 @@ TEST_F(Transfer, ScanIsTurnedAndCutLikeThePreview) {
       EXPECT_EQ(picture.GetHeight(), height) << turns << framed;
       // Turning clockwise brings the corner before to the top left.
       const auto corner = [&](int position) { return corners[(position + 4 - turns) % 4]; };
-      EXPECT_TRUE(resembles(picture, 40, 40, corner(0))) << turns << framed;
+      EXPECT_TRUE(samples::Shows(picture, 40, 40, corner(0))) << turns << framed;
       if (!framed) {
         EXPECT_EQ(picture.GetHorizontalResolution(), 200.0F);
-        EXPECT_TRUE(resembles(picture, width - 40, 40, corner(1))) << turns;
-        EXPECT_TRUE(resembles(picture, 40, height - 40, corner(3))) << turns;
+        EXPECT_TRUE(samples::Shows(picture, width - 40, 40, corner(1))) << turns;
+        EXPECT_TRUE(samples::Shows(picture, 40, height - 40, corner(3))) << turns;
       }
       DeleteFileW(Reported().c_str());
     }
@@ -170,7 +158,6 @@ TEST_F(Transfer, NamesAndFoldersAsAsked) {
 }
 
 TEST_F(Transfer, DownloadsResultDecides) {
-  const auto exists = [this] { return folder.Names().count(L"Image.JPG") != 0; };
   std::ofstream(folder.path / L"Image.JPG") << "somebody else's";
   scanner.SetFaults({.streamCount = 0});
   EXPECT_EQ(Scan(), IDC_SCAN);
@@ -195,7 +182,7 @@ TEST_F(Transfer, DownloadsResultDecides) {
   scanner.SetFaults({.cutAfterBytes = 5000});
   Scan();
   EXPECT_EQ(Reported(), L"(none)");
-  EXPECT_TRUE(exists());
+  EXPECT_EQ(folder.Names(), Names{L"Image.JPG"});
 }
 
 TEST_F(Transfer, FailingCallsReportNothingAndLeaveNothing) {
@@ -224,24 +211,43 @@ TEST_F(Transfer, FailingCallsReportNothingAndLeaveNothing) {
   }
 }
 
-TEST_F(Transfer, TenFeederPages) {
+// As the platform's own search names them, whatever is there: files in the way, and a name that has a number itself.
+TEST_F(Transfer, PagesOfAStackPassOverFilesThatAreThere) {
   SimulatedScanner feeder({.feederPages = 10});
   const auto root = feeder.Root();
   request.pIWiaItemRoot = root.Get();
-  const Names before = TemporaryFiles();
-  harness::TestDialog dialog;
-  harness::RunDialog(
-      dialog,
-      [&](harness::TestDialog& shown) {
-        shown.Command(IDC_PREVIEW);
-        EXPECT_EQ(TemporaryFiles().size(), before.size() + 1) << "of a preview's pages only the first is kept";
-        shown.Command(IDC_SCAN);
-      },
-      &request);
-  EXPECT_EQ(Reported(), folder.File(L"Image.JPG"));
-  Names pages = {L"Image.JPG"};
-  for (int page = 2; page <= 10; ++page) pages.insert(L"Image (" + std::to_wstring(page) + L").JPG");
-  EXPECT_EQ(folder.Names(), pages);
+  for (const std::wstring name : {L"Image", L"Image (7)"}) {
+    const samples::TemporaryFolder scans;
+    const samples::TemporaryFolder expected;
+    for (const samples::TemporaryFolder* place : {&scans, &expected}) {
+      for (const wchar_t* number : {L"", L" (2)", L" (4)"})
+        std::ofstream(place->path / (name + number + L".JPG")) << "x";
+    }
+    std::wstring first;
+    for (int page = 0; page < 10; ++page) {
+      wchar_t next[MAX_PATH] = {};
+      PathYetAnotherMakeUniqueName(next, expected.path.c_str(), nullptr, (name + L".JPG").c_str());
+      std::ofstream(std::filesystem::path(next)) << "page";
+      if (page == 0) first = PathFindFileNameW(next);
+    }
+    SetFolder(scans.path.wstring());
+    fileName.reset(SysAllocString(name.c_str()));
+    request.bstrFilename = fileName.get();
+    harness::TestDialog dialog;
+    const std::size_t previews = TemporaryPreviews().size();
+    harness::RunDialog(
+        dialog,
+        [&](harness::TestDialog& shown) {
+          shown.Command(IDC_PREVIEW);
+          EXPECT_EQ(TemporaryPreviews().size(), previews + 1) << "of a preview's pages only the first is kept";
+          shown.Command(IDC_SCAN);
+        },
+        &request);
+    EXPECT_EQ(scans.Names(), expected.Names());
+    for (const wchar_t* number : {L"", L" (2)", L" (4)"}) EXPECT_EQ(Bytes(scans.path / (name + number + L".JPG")), "x");
+    EXPECT_EQ(Reported(), scans.File(first));
+    FreeResult();
+  }
 }
 
 TEST_F(Transfer, DeviceErrorsAreShownOnce) {
@@ -278,7 +284,7 @@ TEST_F(Transfer, CommandsDuringATransfer) {
       asked = true;
       for (const int command : {IDC_SCAN, IDC_PREVIEW, IDCANCEL, IDM_ROTATE_LEFT}) dialog.Command(command);
       SendMessageW(dialog.m_hDlg, WM_CLOSE, 0, 0);
-      harness::Pump(dialog.m_hDlg);
+      harness::HandleMessages(dialog.m_hDlg);
       EXPECT_EQ(dialog.TransferImage(0), HRESULT_FROM_WIN32(ERROR_BUSY));
       EXPECT_TRUE(IsWindowVisible(dialog.m_hDlg));
     }});
@@ -319,10 +325,11 @@ TEST(TransferCallback, ComRulesAndLateCalls) {
   ComPtr<IStream> stream;
   EXPECT_EQ(callback->GetNextStream(0, nullptr, nullptr, &stream), S_OK);
   EXPECT_EQ(callback->TakeFirstFile(), folder.File(L"p.JPG"));
+  stream.Reset();
+  EXPECT_TRUE(MoveFileW(folder.File(L"p.JPG").c_str(), folder.File(L"q.JPG").c_str())) << "let go at the page's end";
   callback->Close();
   EXPECT_EQ(callback->GetNextStream(0, nullptr, nullptr, &stream), E_FAIL) << "a driver that calls after the end";
-  stream.Reset();
-  EXPECT_EQ(folder.Names(), Names{L"p.JPG"});
+  EXPECT_EQ(folder.Names(), Names{L"q.JPG"});
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
-// The test program's allocator, which can be told to fail. In a file of its own: compilers check that inlined pairs of
-// new and delete match.
+// The replaced operators, in a file of their own: compilers check that inlined pairs of new and delete match.
+#include "simulator/allocation_fault.h"
+
 #include <cstdlib>
 #include <new>
-
-#include "tests/dialog_harness.h"
 
 namespace {
 
@@ -27,7 +26,7 @@ void* operator new(std::size_t size) {
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
-namespace harness {
+namespace simulator {
 
 AllocationFault::AllocationFault(int failing, bool fromThenOn) {
   countAllocations = true;
@@ -38,4 +37,4 @@ AllocationFault::AllocationFault(int failing, bool fromThenOn) {
 AllocationFault::~AllocationFault() { countAllocations = false; }
 int AllocationFault::Count() const { return allocationCount; }
 
-}  // namespace harness
+}  // namespace simulator

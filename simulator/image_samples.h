@@ -1,54 +1,16 @@
-// Images for tests: a JPEG of four coloured quadrants, its pixels read back, and a folder to keep it in.
+// Images for tests: a JPEG of four coloured quadrants, and its pixels read back.
 #pragma once
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <set>
+#include <cstdlib>
 #include <string>
 
-#include "platform/gdiplus_owners.h"
+#include "simulator/gdiplus_session.h"
+#include "simulator/temporary_folder.h"
 
 namespace samples {
 
-// GDI+ started for the length of a scope; images are written and read within it.
-struct GdiPlus {
-  GdiPlus() { Gdiplus::GdiplusStartup(&token, &input, nullptr); }
-  ~GdiPlus() { Gdiplus::GdiplusShutdown(token); }
-  GdiPlus(const GdiPlus&) = delete;
-  GdiPlus& operator=(const GdiPlus&) = delete;
-  Gdiplus::GdiplusStartupInput input;
-  ULONG_PTR token = 0;
-};
-
-// A new folder of the process's own, deleted with everything in it.
-struct TemporaryFolder {
-  TemporaryFolder() {
-    static int count = 0;
-    const auto name = std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
-    path = std::filesystem::temp_directory_path() / (L"scan-test-" + name);
-    std::filesystem::create_directories(path);
-  }
-  ~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-  }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  std::wstring File(const std::wstring& name) const { return (path / name).wstring(); }
-  std::set<std::wstring> Names() const {
-    std::set<std::wstring> names;
-    for (const auto& entry : std::filesystem::directory_iterator(path)) names.insert(entry.path().filename().wstring());
-    return names;
-  }
-  std::filesystem::path path;
-};
-
-inline std::string Bytes(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+using GdiPlus = simulator::GdiplusSession;
+using simulator::Bytes, simulator::TemporaryFolder;
 
 // Writes a JPEG whose quadrants are red and green above, blue and yellow below.
 inline bool WriteQuadrants(const std::wstring& path, int width, int height, float dpiX, float dpiY) {
@@ -62,6 +24,16 @@ inline bool WriteQuadrants(const std::wstring& path, int width, int height, floa
     graphics.FillRectangle(&brush, i % 2 * (width / 2), i / 2 * (height / 2), width, height);
   }
   return bitmap.Save(path.c_str(), &jpegEncoder, nullptr) == Gdiplus::Ok;
+}
+
+// Whether a pixel has this colour, as far as JPEG keeps it.
+inline bool Shows(Gdiplus::Bitmap& image, UINT x, UINT y, COLORREF expected) {
+  constexpr int kTolerance = 24;
+  Gdiplus::Color color;
+  image.GetPixel(static_cast<INT>(x), static_cast<INT>(y), &color);
+  return std::abs(color.GetR() - GetRValue(expected)) < kTolerance &&
+         std::abs(color.GetG() - GetGValue(expected)) < kTolerance &&
+         std::abs(color.GetB() - GetBValue(expected)) < kTolerance;
 }
 
 // An image file, decoded. It must be gone before the file can be deleted.

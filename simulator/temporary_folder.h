@@ -1,0 +1,55 @@
+// A place for files that are gone afterwards.
+#pragma once
+
+#include <windows.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+
+namespace simulator {
+
+// A new folder of the process's own, deleted with everything in it.
+struct TemporaryFolder {
+  TemporaryFolder() {
+    static int count = 0;
+    const auto name = std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
+    path = std::filesystem::temp_directory_path() / (L"scan-test-" + name);
+    std::filesystem::create_directories(path);
+  }
+  ~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+  }
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+  std::wstring File(const std::wstring& name) const { return (path / name).wstring(); }
+  std::set<std::wstring> Names() const {
+    std::set<std::wstring> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path)) names.insert(entry.path().filename().wstring());
+    return names;
+  }
+  std::filesystem::path path;
+};
+
+inline std::string Bytes(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The names of previews in the temporary folder: the platform's placeholders and the pictures.
+inline std::set<std::wstring> TemporaryPreviews() {
+  std::set<std::wstring> names;
+  for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
+    const std::wstring name = entry.path().filename().wstring();
+    if (name.rfind(L"RVX", 0) == 0) {
+      names.insert(name);
+    }
+  }
+  return names;
+}
+
+}  // namespace simulator
