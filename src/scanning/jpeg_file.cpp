@@ -41,7 +41,8 @@ class FileBytes final : public ByteSource {
 
 bool ClaimsTooMuch(const wchar_t* path) {
   const FileBytes file(path);
-  return BeginsAsJpeg(file) && IsTooMuch(ClaimedPixels(file), file.Size());
+  const std::int64_t pixels = ClaimedPixels(file);
+  return BeginsAsJpeg(file) && (pixels == 0 || IsTooMuch(pixels, file.Size()));
 }
 
 bool IsWholeJpeg(const wchar_t* path) { return CanBeWholeJpeg(FileBytes(path)); }

@@ -4,7 +4,8 @@
 namespace scanning {
 
 // Whether a JPEG's header claims more pixels than the file has bytes for, or than GDI+ can hold: decoding one takes the
-// host's memory, and on some platforms its life. False for other formats and for a file that can't be read.
+// host's memory, and on some platforms its life. Also when the header names no size: a decoder might find one after
+// all. False for other formats and for a file that can't be read.
 bool ClaimsTooMuch(const wchar_t* path);
 
 // Whether the file is a JPEG that can be whole: it begins as one, names its size, holds at least the bytes that so many

@@ -19,6 +19,40 @@ bool IsFrameHeader(std::uint8_t marker) {
 
 int BigEndian(std::uint8_t high, std::uint8_t low) { return high << 8 | low; }
 
+struct Marker {
+  std::uint8_t code = 0;  // 0: there is none
+  std::int64_t end = 0;   // offset behind it
+};
+
+// The next marker from an offset on. Decoders skip what lies before it, so a search that gave up would not see the
+// frame header that they find.
+Marker NextMarker(const ByteSource& file, std::int64_t offset) {
+  constexpr std::uint8_t kPrefix = 0xFF;  // any number of times before the code
+  std::array<std::uint8_t, 512> piece{};
+  bool prefixed = false;
+  for (;;) {
+    const std::size_t count = file.ReadAt(offset, piece);
+    for (std::size_t i = 0; i < count; ++i) {
+      if (prefixed && piece[i] != 0 && piece[i] != kPrefix) {
+        return {piece[i], offset + static_cast<std::int64_t>(i) + 1};
+      }
+      prefixed = piece[i] == kPrefix;
+    }
+    if (count < piece.size()) {
+      return {};
+    }
+    offset += static_cast<std::int64_t>(count);
+  }
+}
+
+bool StandsAlone(std::uint8_t marker) {
+  constexpr std::uint8_t kTemporary = 0x01;
+  return marker == kTemporary || (marker >= 0xD0 && marker <= 0xD7);  // restart markers
+}
+
+// Nothing, or the image data, or another image, or the end.
+bool EndsTheHeader(std::uint8_t marker) { return marker == 0 || (marker >= 0xD8 && marker <= 0xDA); }
+
 }  // namespace
 
 bool BeginsAsJpeg(const ByteSource& file) {
@@ -28,23 +62,24 @@ bool BeginsAsJpeg(const ByteSource& file) {
 
 std::int64_t ClaimedPixels(const ByteSource& file) {
   constexpr int kMostSegments = 1024;  // large profiles and previews take some dozens
-  constexpr std::uint8_t kFill = 0xFF;
-  constexpr std::uint8_t kFirstWithoutLength = 0xD0;  // restart markers, start and end of image
-  constexpr std::uint8_t kStartOfScan = 0xDA;
   std::int64_t offset = 2;
   for (int i = 0; i < kMostSegments; ++i) {
-    std::array<std::uint8_t, 9> segment{};  // marker, length, then in a frame header: precision, height, width
-    if (file.ReadAt(offset, segment) != segment.size() || segment[0] != 0xFF) {
+    const Marker marker = NextMarker(file, offset);
+    if (EndsTheHeader(marker.code)) {
       return 0;
     }
-    const std::uint8_t marker = segment[1];
-    if (IsFrameHeader(marker)) {
-      return std::int64_t{BigEndian(segment[5], segment[6])} * BigEndian(segment[7], segment[8]);
+    offset = marker.end;
+    if (StandsAlone(marker.code)) {
+      continue;
     }
-    if (marker >= kFirstWithoutLength && marker <= kStartOfScan) {
+    std::array<std::uint8_t, 7> segment{};  // length, then in a frame header: precision, height, width
+    if (file.ReadAt(offset, segment) != segment.size()) {
       return 0;
     }
-    offset += marker == kFill ? 1 : 2 + BigEndian(segment[2], segment[3]);
+    if (IsFrameHeader(marker.code)) {
+      return std::int64_t{BigEndian(segment[3], segment[4])} * BigEndian(segment[5], segment[6]);
+    }
+    offset += std::max(2, BigEndian(segment[0], segment[1]));  // it counts itself
   }
   return 0;
 }

@@ -20,7 +20,7 @@ class ByteSource {
 // Whether it begins as a JPEG does.
 bool BeginsAsJpeg(const ByteSource& file);
 
-// The number of pixels that the frame header names; 0 when there is none before the image data.
+// The number of pixels that the frame header names; 0 when none is found before the image data.
 std::int64_t ClaimedPixels(const ByteSource& file);
 
 // Whether so many pixels take more bytes than the file has, or more than GDI+ can hold.
