@@ -42,7 +42,9 @@ struct Picture : Gdiplus::Bitmap {
   // One letter for a colour, '?' outside the image and for any other colour.
   char ColorAt(int x, int y) {
     Gdiplus::Color color;
-    if (GetPixel(x, y, &color) != Gdiplus::Ok) return '?';
+    if (GetPixel(x, y, &color) != Gdiplus::Ok) {
+      return '?';
+    }
     const auto digit = [](int level) { return level < 90 ? '0' : level > 165 ? '1' : '-'; };
     const std::string known = "100R010G001B110Y000K111W";
     const auto found = known.find(std::string{digit(color.GetR()), digit(color.GetG()), digit(color.GetB())});

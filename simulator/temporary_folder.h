@@ -29,7 +29,9 @@ struct TemporaryFolder {
   std::wstring File(const std::wstring& name) const { return (path / name).wstring(); }
   std::set<std::wstring> Names() const {
     std::set<std::wstring> names;
-    for (const auto& entry : std::filesystem::directory_iterator(path)) names.insert(entry.path().filename().wstring());
+    for (const auto& entry : std::filesystem::directory_iterator(path)) {
+      names.insert(entry.path().filename().wstring());
+    }
     return names;
   }
   std::filesystem::path path;

@@ -17,6 +17,7 @@ if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
   find_program(CLANG_FORMAT clang-format REQUIRED)
   file(GLOB_RECURSE formatted CONFIGURE_DEPENDS
     ${CMAKE_SOURCE_DIR}/src/*.h ${CMAKE_SOURCE_DIR}/src/*.cpp ${CMAKE_SOURCE_DIR}/simulator/*.h
-    ${CMAKE_SOURCE_DIR}/simulator/*.cpp ${CMAKE_SOURCE_DIR}/tests/*.h ${CMAKE_SOURCE_DIR}/tests/*.cpp)
+    ${CMAKE_SOURCE_DIR}/simulator/*.cpp ${CMAKE_SOURCE_DIR}/tests/*.h ${CMAKE_SOURCE_DIR}/tests/*.cpp
+    ${CMAKE_SOURCE_DIR}/bench/*.h ${CMAKE_SOURCE_DIR}/bench/*.cpp)
   add_test(NAME formatting COMMAND ${CLANG_FORMAT} --dry-run -Werror ${formatted})
 endif()

@@ -50,7 +50,9 @@ class Robustness : public testing::Test {
   void Count(const std::string& thrown, long long times, long long bad) {
     if (times > 0) harness::figures.push_back({thrown, times, bad});
   }
-  void Renew(ScannerConfiguration configuration = {}) { scanner = std::make_unique<SimulatedScanner>(configuration); }
+  void Renew(const ScannerConfiguration& configuration = {}) {
+    scanner = std::make_unique<SimulatedScanner>(configuration);
+  }
   FaultPlan Sending(FaultPlan plan) const {
     if (!plan.streamContent) plan.streamContent = page;
     return plan;
@@ -180,7 +182,7 @@ TEST_F(Robustness, AllocationsFail) {
 TEST_F(Robustness, HostileDevice) {
   what = "hostile devices, one dialog each";
   host.hostileContent = true;
-  const auto run = [this](const char* label, ScannerConfiguration configuration, FaultPlan plan = {}) {
+  const auto run = [this](const char* label, const ScannerConfiguration& configuration, const FaultPlan& plan = {}) {
     Renew(configuration);
     scanner->SetFaults(Sending(plan));
     Check(RunLinked(MainJob), label);
@@ -305,7 +307,7 @@ TEST_F(Robustness, Monkey) {
   host.patience = INFINITE;
   std::mt19937 random(20);
   while (count < effort.monkeyEvents) {
-    std::optional<harness::TestDialog> dialog(std::in_place);
+    harness::TestDialog* dialog = nullptr;
     const SimulatedUser monkey([&](SimulatedUser& user) {
       user.Press(IDC_PREVIEW);
       while (count < effort.monkeyEvents && user.IsShown()) {
@@ -320,8 +322,9 @@ TEST_F(Robustness, Monkey) {
       if (user.IsShown()) EndDialog(user.Dialog(), IDCANCEL);
     });
     const std::string wrong = host.Run(*scanner, nullptr, [&](DEVICEDIALOGDATA2* request) {
-      harness::RunDialog(*dialog, nullptr, request);
-      dialog.reset();
+      harness::TestDialog shown;
+      dialog = &shown;
+      harness::RunDialog(shown, nullptr, request);
       return S_OK;
     });
     EXPECT_EQ(wrong, "");
@@ -442,7 +445,7 @@ TEST_F(Robustness, Hosts) {
         Check(wrong, "owner " + std::to_string(kind) + " apartment " + std::to_string(apartment));
         DestroyWindow(window);
       };
-      simulator::RunOnThread(apartment, 256 * 1024, open);
+      simulator::RunOnThread(apartment, 0x40000, open);
     }
   }
 }
