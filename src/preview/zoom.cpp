@@ -53,15 +53,13 @@ void SCAN_DIALOG::SyncZoomCombo(HWND hDlg) {
   const auto row = std::distance(ZOOM_PERCENTAGES.begin(), found);
   const UINT stringId = static_cast<UINT>(settings::ZOOM_TABLE[static_cast<std::size_t>(row)].stringId);
   wchar_t text[ZOOM_TEXT_CAPACITY] = {};
-  LRESULT index = CB_ERR;
   if (g_pLangResource != nullptr && g_pLangResource->GetTextW(stringId, text, ZOOM_TEXT_CAPACITY) != nullptr &&
-      text[0] != L'\0') {
-    index = ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SELECTSTRING, 0, reinterpret_cast<LPARAM>(text));
+      text[0] != L'\0' &&
+      ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SELECTSTRING, 0, reinterpret_cast<LPARAM>(text)) != CB_ERR) {
+    return;  // it is the current item now; to select it once more would paint the list once more
   }
-  if (index == CB_ERR) {
-    index = row;  // the list is filled in table order, also where a string is missing
-  }
-  ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
+  // The list is filled in table order, also where a string is missing.
+  ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, static_cast<WPARAM>(row), 0);
 }
 
 void SCAN_DIALOG::ZoomInAt(HWND hDlg) { ZoomStepAt(hDlg, preview::ZoomDirection::In); }

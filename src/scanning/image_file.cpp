@@ -16,6 +16,7 @@
 #include "platform/scoped.h"
 #include "resources/resource_ids.h"
 #include "scanning/cut_rectangle.h"
+#include "scanning/jpeg_encoder.h"
 #include "scanning/jpeg_file.h"
 
 namespace scanning {
@@ -69,8 +70,9 @@ class PageReader {
   // The file stays open while this lives.
   bool Open(const wchar_t* path) {
     if (FAILED(::CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_factory))) ||
-        FAILED(m_factory->CreateDecoderFromFilename(path, nullptr, GENERIC_READ, WICDecodeMetadataCacheOnDemand,
-                                                    &m_decoder)) ||
+        FAILED(m_factory->CreateStream(&m_stream)) || FAILED(m_stream->InitializeFromFilename(path, GENERIC_READ)) ||
+        FAILED(::CoCreateInstance(CLSID_WICJpegDecoder, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_decoder))) ||
+        FAILED(m_decoder->Initialize(m_stream.Get(), WICDecodeMetadataCacheOnDemand)) ||
         FAILED(m_decoder->GetFrame(0, &m_frame)) || FAILED(m_frame->GetSize(&m_width, &m_height)) ||
         FAILED(m_frame->GetResolution(&m_dpiX, &m_dpiY))) {
       return false;
@@ -121,6 +123,7 @@ class PageReader {
 
  private:
   platform::ComPtr<IWICImagingFactory> m_factory;
+  platform::ComPtr<IWICStream> m_stream;
   platform::ComPtr<IWICBitmapDecoder> m_decoder;
   platform::ComPtr<IWICBitmapFrameDecode> m_frame;
   UINT m_width = 0;
@@ -215,8 +218,7 @@ bool SaveAsNewFile(Gdiplus::GpImage* image, const CLSID& encoder, const wchar_t*
                                       &stream))) {
     return false;
   }
-  const bool saved = gdip::GdipSaveImageToStream(image, stream.Get(), &encoder, nullptr) == Gdiplus::Ok &&
-                     SUCCEEDED(stream->Commit(STGC_DEFAULT));
+  const bool saved = SaveAsJpeg(image, encoder, stream.Get()) && SUCCEEDED(stream->Commit(STGC_DEFAULT));
   stream.Reset();
   // A full disk must not pass for success in any codec: the file's end is checked before the original is given up.
   if (saved && IsWholeJpeg(path)) {
