@@ -100,7 +100,7 @@ void MeasureDraws(BenchDialog& d, std::span<const Page> pages, const std::wstrin
   }
   for (const Page& page : pages) {
     Load(d, page, folder);
-    const int rounds = page.dpi < 600 ? 9 : page.widthMm < 250 ? 5 : 3;
+    const int rounds = page.dpi < 600 ? 15 : 9;
     PrintFigure("draw, " + page.name, BARE_DRAW,
                 DrawRatios(d, PreviewDrawMode::DrawZoom, preview::SCALE_AT_100_PERCENT, rounds), 1.05);
   }
@@ -109,19 +109,22 @@ void MeasureDraws(BenchDialog& d, std::span<const Page> pages, const std::wstrin
 LPARAM PaneAt(const BenchDialog& d, int x, int y) { return MAKELPARAM(d.m_rcPane.left + x, d.m_rcPane.top + y); }
 
 // A step of the user's, forward and back in turn, and everything that it sets in motion, against one draw of the view
-// that it leads to.
-void MeasureStep(BenchDialog& d, const std::string& name, const std::function<void(bool)>& step) {
+// that it leads to. The ratios of the time, and the numbers of decodes.
+struct StepFigures {
+  std::vector<double> ratios;
+  std::vector<double> loads;
+};
+StepFigures MeasureStep(BenchDialog& d, const std::function<void(bool)>& step, const Action& besideTheDraw = {}) {
   constexpr int ROUNDS = 40;
   View views[2];
-  std::vector<double> loads;
-  std::vector<double> ratios;
+  StepFigures figures;
   for (int i = -2; i < ROUNDS; ++i) {
     const bool forward = i % 2 == 0;
     const auto ours = [&] {
       const int before = g_loads;
       step(forward);
       simulator::HandleMessages(d.m_hDlg);
-      loads.push_back(g_loads - before);
+      figures.loads.push_back(g_loads - before);
     };
     if (i < 0) {
       ours();
@@ -130,16 +133,23 @@ void MeasureStep(BenchDialog& d, const std::string& name, const std::function<vo
     }
     const auto other = [&] {
       BareDraw(d, views[forward]);
+      if (besideTheDraw) {
+        besideTheDraw();
+      }
       simulator::HandleMessages(d.m_hDlg);
     };
     Pair pair;
     for (const bool isOurs : {i / 2 % 2 == 0, i / 2 % 2 != 0}) {
       (isOurs ? pair.ours : pair.other) = Seconds(isOurs ? Action(ours) : Action(other));
     }
-    ratios.push_back(pair.ours / pair.other);
+    figures.ratios.push_back(pair.ours / pair.other);
   }
-  PrintFigure(name, BARE_DRAW, ratios, 1.1);
-  PrintFigure(name + ": decodes", "one", loads, 1.0);
+  return figures;
+}
+
+void Print(const std::string& name, const StepFigures& figures) {
+  PrintFigure(name, BARE_DRAW, figures.ratios, 1.1);
+  PrintFigure(name + ": decodes", "one", figures.loads, 1.0);
 }
 
 void MeasureSteps(BenchDialog& d, const Page& page, const std::wstring& folder) {
@@ -147,20 +157,28 @@ void MeasureSteps(BenchDialog& d, const Page& page, const std::wstring& folder) 
   d.OnCommand(d.m_hDlg, IDC_TOOL_PAN, 0);
   ::SendMessageW(d.m_hDlg, WM_MOUSEMOVE, 0, PaneAt(d, 100, 100));
   ::SendMessageW(d.m_hDlg, WM_LBUTTONDOWN, 0, PaneAt(d, 100, 100));
-  MeasureStep(d, "pan move", [&](bool forward) {
-    ::SendMessageW(d.m_hDlg, WM_MOUSEMOVE, MK_LBUTTON, forward ? PaneAt(d, 95, 90) : PaneAt(d, 100, 100));
-  });
+  Print("pan move", MeasureStep(d, [&](bool forward) {
+          ::SendMessageW(d.m_hDlg, WM_MOUSEMOVE, MK_LBUTTON, forward ? PaneAt(d, 95, 90) : PaneAt(d, 100, 100));
+        }));
   ::SendMessageW(d.m_hDlg, WM_LBUTTONUP, 0, PaneAt(d, 100, 100));
-  MeasureStep(d, "scroll step", [&](bool forward) {
-    ::SendMessageW(d.m_hDlg, WM_VSCROLL, forward ? SB_LINEDOWN : SB_LINEUP,
-                   reinterpret_cast<LPARAM>(::GetDlgItem(d.m_hDlg, IDC_VERTICAL_SCROLL)));
-  });
+  const HWND vertical = ::GetDlgItem(d.m_hDlg, IDC_VERTICAL_SCROLL);
+  Print("scroll step", MeasureStep(d, [&](bool forward) {
+          ::SendMessageW(d.m_hDlg, WM_VSCROLL, forward ? SB_LINEDOWN : SB_LINEUP, reinterpret_cast<LPARAM>(vertical));
+        }));
   d.OnCommand(d.m_hDlg, IDC_TOOL_ZOOM, 0);
   ::SendMessageW(d.m_hDlg, WM_MOUSEMOVE, 0, PaneAt(d, 100, 100));
-  MeasureStep(d, "zoom step", [&](bool forward) {
+  const auto zoomStep = [&](bool forward) {
     d.m_bZoomIn = forward ? 1 : 0;
     ::SendMessageW(d.m_hDlg, WM_LBUTTONDOWN, 0, PaneAt(d, 100, 100));
-  });
+  };
+  Print("zoom step", MeasureStep(d, zoomStep));
+  // A zoom step changes both bars, which paint themselves.
+  const auto paintBars = [&] {
+    for (const HWND bar : {vertical, ::GetDlgItem(d.m_hDlg, IDC_HORIZONTAL_SCROLL)}) {
+      ::RedrawWindow(bar, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+    }
+  };
+  PrintFigure("zoom step", "such a draw, and both bars painted", MeasureStep(d, zoomStep, paintBars).ratios, NO_TARGET);
 }
 
 // Of one movement with everything that follows it on the screen, and of setting the text that tells the frame's size
