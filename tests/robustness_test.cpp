@@ -349,7 +349,7 @@ DWORD WINAPI Forever(void*) {
 }
 
 TEST_F(Robustness, NothingLeaks) {
-  what = "cycles of the main job, each with nothing held and no stray file";
+  what = "cycles of the main job: nothing held, no stray file";
   simulator::LoadedLibrary library(harness::LibraryPath().c_str());
   scanner->SetFaults(Sending({}));
   const auto cycle = [&] {

@@ -190,7 +190,9 @@ class StripEncoder {
       if (strip >= m_count) {
         return;
       }
-      m_failed = m_failed | !EncodeStrip(strip);
+      if (!EncodeStrip(strip)) {
+        m_failed = true;
+      }
     }
   }
   bool EncodeStrip(int strip) {
