@@ -223,6 +223,9 @@ TEST_F(PreviewTools, CursorsAndCaptureFollowThePointer) {
       EXPECT_EQ(GetCapture(), nullptr);
       pointer.Move(30, d.m_rcPane.height());  // the edge counts as inside
       EXPECT_EQ(GetCapture(), d.m_hDlg);
+      SetCapture(GetDlgItem(d.m_hDlg, IDC_ZOOM_LIST));
+      pointer.Move(30, 31);
+      EXPECT_EQ(GetCapture(), d.m_hDlg) << "somebody else took it";
       d.Command(IDC_ZOOM_LIST);
       EXPECT_EQ(GetCapture(), nullptr) << "without a tool nothing else would give the capture up";
     }

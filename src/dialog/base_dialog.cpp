@@ -160,6 +160,7 @@ INT_PTR BASE_DIALOG::OnMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lP
     case WM_MOUSEMOVE:
     case WM_LBUTTONDOWN:
     case WM_LBUTTONUP:
+    case WM_CAPTURECHANGED:
       return OnPointerMessage(message, wParam, lParam);
     case WM_MOUSEACTIVATE:
     case WM_MOUSEHOVER:
@@ -222,6 +223,9 @@ INT_PTR BASE_DIALOG::OnPointerMessage(UINT message, WPARAM wParam, LPARAM lParam
     case WM_LBUTTONUP:
       m_bButtonDown = false;
       OnLButtonUp(m_hDlg, wParam, lParam);
+      break;
+    case WM_CAPTURECHANGED:
+      m_bHasCapture = reinterpret_cast<HWND>(lParam) == m_hDlg;
       break;
     default:
       break;

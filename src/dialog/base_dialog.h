@@ -88,6 +88,7 @@ class BASE_DIALOG {
   bool m_bMouseInPane = false;  // the pointer was last seen inside the pane
   bool m_bZoomTool = false;     // the zoom tool is current
   bool m_bSelecting = false;    // a selection drag is in progress
+  bool m_bHasCapture = false;   // the mouse is captured; the message map writes it when somebody takes or frees it
 
  private:
   bool WantsMouseMove() const;

@@ -33,7 +33,7 @@ void SCAN_DIALOG::UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) {
   }
   DebugTrace(L"[in]SCAN_DIALOG::UpdatePreviewImage : m_wstrPreviewFile=%s", m_wstrPreviewFile);
   ResetPreviewState();
-  ClearAreaReadout(m_hDlg);
+  ClearAreaReadout();
   for (const int control : {IDC_PREVIEW_PANE, IDC_ZOOM_LIST, IDC_TOOL_SELECT, IDC_TOOL_ZOOM, IDC_TOOL_ROTATE,
                             IDC_TOOL_PAN, IDC_VERTICAL_SCROLL, IDC_HORIZONTAL_SCROLL}) {
     EnableControl(m_hDlg, control);
@@ -64,7 +64,7 @@ void SCAN_DIALOG::RotatePreview(HWND hDlg, int command) {
     m_nRotation -= 360;
   }
   if (!hasFrame) {
-    ClearAreaReadout(hDlg);
+    ClearAreaReadout();
     const platform::WindowDC dialog(hDlg);
     DrawPaneBorder(dialog.get());
     return;

@@ -99,7 +99,7 @@ void SCAN_DIALOG::ClearPreview() {
   ::ZeroMemory(m_wstrPreviewFile, sizeof(m_wstrPreviewFile));
   ResetPreviewState();
   m_bRepaintPreview = false;
-  ClearAreaReadout(m_hDlg);
+  ClearAreaReadout();
   for (const int control : {IDC_PREVIEW_PANE, IDC_ZOOM_LIST, IDC_TOOL_SELECT, IDC_TOOL_ZOOM, IDC_TOOL_ROTATE,
                             IDC_TOOL_PAN, IDC_VERTICAL_SCROLL, IDC_HORIZONTAL_SCROLL}) {
     DisableControl(m_hDlg, control);

@@ -135,12 +135,15 @@ void SCAN_DIALOG::CreateStatusBar() {
   RECT client = {};
   GetClientRect(m_hDlg, &client);
   // Without position and size it docks itself along the bottom edge.
-  const HWND bar = CreateWindowExW(0, STATUSCLASSNAMEW, nullptr, WS_CHILD | WS_VISIBLE | CCS_BOTTOM, 0, 0, 0, 0, m_hDlg,
-                                   reinterpret_cast<HMENU>(static_cast<INT_PTR>(IDC_STATUS_BAR)), g_hInstance, nullptr);
+  m_hwndStatusBar =
+      CreateWindowExW(0, STATUSCLASSNAMEW, nullptr, WS_CHILD | WS_VISIBLE | CCS_BOTTOM, 0, 0, 0, 0, m_hDlg,
+                      reinterpret_cast<HMENU>(static_cast<INT_PTR>(IDC_STATUS_BAR)), g_hInstance, nullptr);
   const int rightEdges[] = {client.right - 2 * STATUS_PART_WIDTH, client.right - STATUS_PART_WIDTH, client.right};
-  SendMessageW(bar, SB_SETPARTS, std::size(rightEdges), reinterpret_cast<LPARAM>(rightEdges));
-  SendMessageW(bar, SB_SETICON, 1, reinterpret_cast<LPARAM>(LoadDialogIcon(IDI_AREA_POSITION, STATUS_ICON_SIZE)));
-  SendMessageW(bar, SB_SETICON, 2, reinterpret_cast<LPARAM>(LoadDialogIcon(IDI_AREA_SIZE, STATUS_ICON_SIZE)));
+  SendMessageW(m_hwndStatusBar, SB_SETPARTS, std::size(rightEdges), reinterpret_cast<LPARAM>(rightEdges));
+  const HICON position = LoadDialogIcon(IDI_AREA_POSITION, STATUS_ICON_SIZE);
+  const HICON size = LoadDialogIcon(IDI_AREA_SIZE, STATUS_ICON_SIZE);
+  SendMessageW(m_hwndStatusBar, SB_SETICON, 1, reinterpret_cast<LPARAM>(position));
+  SendMessageW(m_hwndStatusBar, SB_SETICON, 2, reinterpret_cast<LPARAM>(size));
 }
 
 void SCAN_DIALOG::TakePaneRectangle() {

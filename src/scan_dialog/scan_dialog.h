@@ -112,6 +112,7 @@ class SCAN_DIALOG : public BASE_DIALOG {
   HWND m_hwndToolZoom = nullptr;
   HWND m_hwndToolRotate = nullptr;
   HWND m_hwndToolPan = nullptr;
+  HWND m_hwndStatusBar = nullptr;
 
   bool m_bHasFeeder = false;  // the device reports a document feeder
   bool m_bRes400 = false;     // the flatbed item accepts 400 dpi
@@ -183,7 +184,7 @@ class SCAN_DIALOG : public BASE_DIALOG {
 
   // Status-bar texts of the frame; all values in whole millimetres.
   void UpdateAreaReadout(HWND hDlg, AreaReadout mode, int left, int top, int width, int height);
-  void ClearAreaReadout(HWND hDlg);
+  void ClearAreaReadout();
 
   // Rewrites the preview file turned by a rotate command, unturned for any other. FALSE leaves the file as it was.
   BOOL rotateImageFile(int command);
