@@ -1,6 +1,8 @@
 #include "simulator/damaged_jpeg.h"
 
 #include <cstddef>
+#include <fstream>
+#include <iterator>
 
 namespace simulator {
 namespace {
@@ -94,6 +96,17 @@ void DamageOnce(Bytes& jpeg, std::mt19937& random) {
 }
 
 }  // namespace
+
+std::vector<Bytes> JpegsIn(const std::filesystem::path& folder) {
+  std::vector<Bytes> files;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    if (entry.path().extension() == ".jpg") {
+      std::ifstream file(entry.path(), std::ios::binary);
+      files.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    }
+  }
+  return files;
+}
 
 std::vector<std::uint8_t> Damaged(std::vector<std::uint8_t> jpeg, std::mt19937& random) {
   for (std::size_t i = 1 + random() % 3; i > 0; --i) {

@@ -5,6 +5,7 @@
 #include <shlwapi.h>
 
 #include <random>
+#include <tuple>
 
 #include "platform/scoped.h"
 #include "simulator/image_samples.h"
@@ -33,12 +34,13 @@ TEST(JpegEncoder, StripsShowWhatTheWholeDoes) {
   const std::wstring whole = folder.File(L"whole.jpg"), strips = folder.File(L"strips.jpg");
   SYSTEM_INFO system = {};
   GetSystemInfo(&system);
-  struct Size {
-    int width, height;
-    bool inStrips;
-  };
-  for (const auto& [width, height, inStrips] :
-       {Size{40, 30, false}, {300, 300, false}, {701, 1003, true}, {1, 200'000 / 4, false}, {4000, 2500, true}}) {
+  struct {
+    Gdiplus::ColorPalette head = {Gdiplus::PaletteFlagsGrayScale, 256, {0xFF000000}};
+    Gdiplus::ARGB others[255];
+  } grey;
+  for (unsigned i = 1; i < 256; ++i) grey.others[i - 1] = 0xFF000000 | i * 0x010101;
+  const std::tuple<int, int, bool> sizes[] = {{40, 30, false}, {701, 1003, true}, {4000, 2500, true}};
+  for (const auto& [width, height, inStrips] : sizes) {
     for (const Gdiplus::PixelFormat format : {PixelFormat24bppRGB, PixelFormat8bppIndexed}) {
       const int stride = (width * (format == PixelFormat24bppRGB ? 3 : 1) + 3) / 4 * 4;
       std::vector<BYTE> noise(static_cast<std::size_t>(stride) * static_cast<std::size_t>(height));
@@ -47,6 +49,7 @@ TEST(JpegEncoder, StripsShowWhatTheWholeDoes) {
       Gdiplus::GpBitmap* created = nullptr;
       gdip::GdipCreateBitmapFromScan0(width, height, stride, format, noise.data(), &created);
       const platform::GdipImage bitmap(created);
+      if (format == PixelFormat8bppIndexed) gdip::GdipSetImagePalette(created, &grey.head);
       ASSERT_EQ(gdip::GdipBitmapSetResolution(created, 200, 100), Gdiplus::Ok);
       ASSERT_EQ(gdip::GdipSaveImageToFile(created, whole.c_str(), &JPEG, nullptr), Gdiplus::Ok);
       platform::ComPtr<IStream> stream;

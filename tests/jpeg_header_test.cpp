@@ -4,9 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "simulator/damaged_jpeg.h"
 
@@ -54,13 +51,8 @@ TEST(JpegHeader, FindsTheFrameAmongOtherSegments) {
 
 // Under the sanitizers natively: whatever the bytes, nothing is read past them, and the search ends.
 TEST(JpegHeader, SurvivesDamage) {
-  std::vector<Content> kinds;
-  for (const auto& entry : std::filesystem::directory_iterator(WSD_TEST_DATA)) {
-    if (entry.path().extension() != ".jpg") continue;
-    std::ifstream file(entry.path(), std::ios::binary);
-    kinds.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    EXPECT_TRUE(CanBeWholeJpeg(Bytes(kinds.back()))) << entry.path();
-  }
+  const std::vector<Content> kinds = simulator::JpegsIn(WSD_TEST_DATA);
+  for (const Content& kind : kinds) EXPECT_TRUE(CanBeWholeJpeg(Bytes(kind)));
   ASSERT_GE(kinds.size(), 5U);
   const char* wanted = std::getenv("WSD_MUTATIONS");
   const long mutations = wanted != nullptr ? std::strtol(wanted, nullptr, 10) : 20000;

@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 #include <vector>
 
 #include "simulator/damaged_jpeg.h"
@@ -16,11 +12,7 @@ using namespace scanning;
 using Content = std::vector<std::uint8_t>;
 
 struct Kind {
-  std::uint8_t frame = 0xC0;
-  std::uint8_t sampling = 0x22;  // of the first component
-  std::uint8_t components = 3;
-  std::uint8_t inScan = 3;
-  std::uint8_t table = 7;
+  std::uint8_t frame = 0xC0, sampling = 0x22, components = 3, inScan = 3, table = 7;
   Content extra = {};
 };
 
@@ -112,10 +104,7 @@ TEST(JpegStrips, AreNeverTooLargeForAnInterval) {
 TEST(JpegStrips, SurviveDamage) {
   std::mt19937 random(3);
   int joined = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(WSD_TEST_DATA)) {
-    if (entry.path().extension() != ".jpg") continue;
-    std::ifstream file(entry.path(), std::ios::binary);
-    const Content sound{std::istreambuf_iterator<char>(file), {}};
+  for (const Content& sound : simulator::JpegsIn(WSD_TEST_DATA)) {
     for (int i = 0; i < 3000; ++i) {
       const Content damaged = simulator::Damaged(sound, random);
       joined += Joined({damaged, damaged}).empty() ? 0 : 1;
