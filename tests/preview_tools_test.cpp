@@ -114,6 +114,7 @@ TEST_F(PreviewTools, TheNineByNineCornerResizes) {
         d.ClearSelection(d.m_hDlg);
         d.m_rcSelection = {20, 20, 60, 80};
         d.DrawSelectionFrame(d.m_hDlg);
+        const PaneScreen framed(d);
         const int cornerX = d.m_rcFrame.right - d.m_rcPane.left;
         const int cornerY = d.m_rcFrame.bottom - d.m_rcPane.top;
         const int x = cornerX + (horizontal ? offset : 4);
@@ -126,6 +127,7 @@ TEST_F(PreviewTools, TheNineByNineCornerResizes) {
         pointer.Release(x, y);
         EXPECT_EQ(d.m_rcSelection, (resizes ? Rect{20, 20, 60, 80} : Rect{})) << offset;
         if (!resizes) continue;
+        EXPECT_TRUE(PaneScreen(d) == framed) << "a click moved the frame";
         pointer.Drag(x, y, cornerX + 24, cornerY + 24);
         EXPECT_EQ(d.m_rcSelection.left + d.m_rcSelection.top, 40);
         EXPECT_NEAR(d.m_rcSelection.right, 85, 1);
