@@ -34,6 +34,23 @@ std::string WhatIsTemporary(const Names& before, std::size_t mayStay) {
   return wrong;
 }
 
+// A driver that goes on after the end with what it kept.
+std::string CallsTaken(const SimulatedScanner& scanner) {
+  constexpr char kBytes[] = "late";
+  std::string wrong;
+  for (const auto& stream : scanner.KeptStreams()) {
+    if (SUCCEEDED(stream->Write(kBytes, sizeof(kBytes), nullptr))) {
+      wrong = "bytes taken after the end; ";
+    }
+  }
+  const auto callback = scanner.KeptCallback();
+  platform::ComPtr<IStream> page;
+  if (callback != nullptr && SUCCEEDED(callback->GetNextStream(0, nullptr, nullptr, &page))) {
+    wrong += "a page taken after the end; ";
+  }
+  return wrong;
+}
+
 void Free(const DEVICEDIALOGDATA2& request) {
   ::SysFreeString(request.pbstrFilePaths[0]);
   ::CoTaskMemFree(request.pbstrFilePaths);
@@ -67,6 +84,7 @@ std::string ScanHost::Run(SimulatedScanner& scanner, HWND owner, const Call& cal
   const ULONGLONG start = ::GetTickCount64();
   const HRESULT result = call(&request);
   std::string wrong = ::GetTickCount64() - start > patience ? kHang : "";
+  wrong += CallsTaken(scanner);
   scanner.ReleaseKept();
 
   const bool reported = request.lNumFiles == 1;
