@@ -67,7 +67,7 @@ TEST(CutRectangle, FindsAndCopiesThePartInEveryTurn) {
     std::string copied(expected.size(), '?');
     scanning::CopyTurned<1, 3>({reinterpret_cast<const std::uint8_t*>(&image[stored.y * 5 + stored.x]), 5},
                                stored.width, stored.height, turns,
-                               {reinterpret_cast<std::uint8_t*>(copied.data()), 3 * part.width});
+                               {reinterpret_cast<std::uint8_t*>(copied.data()), std::ptrdiff_t{3} * part.width});
     ASSERT_EQ(copied, expected) << index;
   }
 }

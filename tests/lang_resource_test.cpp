@@ -29,7 +29,7 @@ TEST(LangResourceLocale, FollowsTheUsersLocale) {
   EXPECT_EQ(TextOf(resource, IDS_ZOOM_100), L"100%");
 
   harness::TestDialog dialog;
-  harness::RunDialog(dialog, [&, rtl = rightToLeft](harness::TestDialog& shown) {
+  harness::RunDialog(dialog, [&, table = table, rtl = rightToLeft](harness::TestDialog& shown) {
     const LONG_PTR style = GetWindowLongPtrW(shown.m_hDlg, GWL_EXSTYLE);
     EXPECT_EQ((style & WS_EX_LAYOUTRTL) != 0, rtl);
     EXPECT_EQ((style & WS_EX_RTLREADING) != 0, rtl);
