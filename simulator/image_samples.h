@@ -12,9 +12,11 @@ namespace samples {
 using GdiPlus = simulator::GdiplusSession;
 using simulator::Bytes, simulator::TemporaryFolder;
 
+// The class of GDI+'s JPEG encoder, as its documentation gives it.
+constexpr CLSID kJpegEncoder = {0x557CF401, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
+
 // Writes a JPEG whose quadrants are red and green above, blue and yellow below.
 inline bool WriteQuadrants(const std::wstring& path, int width, int height, float dpiX, float dpiY) {
-  const CLSID jpegEncoder = {0x557CF401, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
   Gdiplus::Bitmap bitmap(width, height, PixelFormat24bppRGB);
   bitmap.SetResolution(dpiX, dpiY);
   Gdiplus::Graphics graphics(&bitmap);
@@ -23,7 +25,7 @@ inline bool WriteQuadrants(const std::wstring& path, int width, int height, floa
     const Gdiplus::SolidBrush brush{Gdiplus::Color(colors[i])};
     graphics.FillRectangle(&brush, i % 2 * (width / 2), i / 2 * (height / 2), width, height);
   }
-  return bitmap.Save(path.c_str(), &jpegEncoder, nullptr) == Gdiplus::Ok;
+  return bitmap.Save(path.c_str(), &kJpegEncoder, nullptr) == Gdiplus::Ok;
 }
 
 // Whether a pixel has this colour, as far as JPEG keeps it.

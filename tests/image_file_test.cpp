@@ -56,7 +56,7 @@ TEST_F(ImageFile, EncoderIsFoundByItsExactTypeOnly) {
   }
   EXPECT_EQ(clsid, CLSID_NULL);
   EXPECT_GE(scanning::GetEncoderClsid(L"image/jpeg", &clsid), 0);
-  EXPECT_EQ(clsid.Data1, 0x557CF401u);
+  EXPECT_TRUE(IsEqualCLSID(clsid, samples::kJpegEncoder));
 }
 
 TEST_F(ImageFile, TurnsByTypeOrCommandAndKeepsTheResolution) {

@@ -78,11 +78,9 @@ TEST(Initialisation, FullDevice) {
     }
     RECT client = {};
     GetClientRect(dialog.m_hDlg, &client);
-    int edges[3] = {};
-    ASSERT_EQ(dialog.Send(IDC_STATUS_BAR, SB_GETPARTS, 3, reinterpret_cast<LPARAM>(edges)), 3);
-    EXPECT_EQ(edges[0], client.right - 300);
-    EXPECT_EQ(edges[1], client.right - 150);
-    EXPECT_EQ(edges[2], client.right);
+    std::vector<int> edges(3);
+    EXPECT_EQ(dialog.Send(IDC_STATUS_BAR, SB_GETPARTS, 3, reinterpret_cast<LPARAM>(edges.data())), 3);
+    EXPECT_EQ(edges, (std::vector<int>{client.right - 300, client.right - 150, client.right}));
     EXPECT_EQ(dialog.m_bInch, 1) << "en_US measures in inches";
   });
 }

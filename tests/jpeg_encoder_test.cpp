@@ -13,7 +13,6 @@
 namespace {
 
 namespace gdip = Gdiplus::DllExports;
-constexpr CLSID JPEG = {0x557CF401, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
 
 std::vector<Gdiplus::ARGB> Pixels(Gdiplus::Bitmap& picture) {
   std::vector<Gdiplus::ARGB> pixels(std::size_t{picture.GetWidth()} * picture.GetHeight());
@@ -51,10 +50,10 @@ TEST(JpegEncoder, StripsShowWhatTheWholeDoes) {
       const platform::GdipImage bitmap(created);
       if (format == PixelFormat8bppIndexed) gdip::GdipSetImagePalette(created, &grey.head);
       ASSERT_EQ(gdip::GdipBitmapSetResolution(created, 200, 100), Gdiplus::Ok);
-      ASSERT_EQ(gdip::GdipSaveImageToFile(created, whole.c_str(), &JPEG, nullptr), Gdiplus::Ok);
+      ASSERT_EQ(gdip::GdipSaveImageToFile(created, whole.c_str(), &samples::kJpegEncoder, nullptr), Gdiplus::Ok);
       platform::ComPtr<IStream> stream;
       ASSERT_EQ(SHCreateStreamOnFileEx(strips.c_str(), STGM_READWRITE | STGM_CREATE, 0, TRUE, nullptr, &stream), S_OK);
-      EXPECT_TRUE(scanning::SaveAsJpeg(created, JPEG, stream.Get()));
+      EXPECT_TRUE(scanning::SaveAsJpeg(created, samples::kJpegEncoder, stream.Get()));
       stream.Reset();
       const std::string label = std::to_string(width) + " " + std::to_string(format);
       const bool restarts = samples::Bytes(strips).find({'\xFF', '\xDD', 0, 4}) != std::string::npos;

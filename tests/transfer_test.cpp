@@ -310,7 +310,7 @@ TEST_F(Transfer, AFailedPreviewLeavesNone) {
   });
 }
 
-TEST(TransferCallback, ComRulesAndLateCalls) {
+TEST(TransferCallback, ComRules) {
   samples::TemporaryFolder folder;
   ComPtr<CSimpleWIACallback> callback;
   *callback.GetAddressOf() =
@@ -327,9 +327,6 @@ TEST(TransferCallback, ComRulesAndLateCalls) {
   EXPECT_EQ(callback->TakeFirstFile(), folder.File(L"p.JPG"));
   stream.Reset();
   EXPECT_TRUE(MoveFileW(folder.File(L"p.JPG").c_str(), folder.File(L"q.JPG").c_str())) << "let go at the page's end";
-  callback->Close();
-  EXPECT_EQ(callback->GetNextStream(0, nullptr, nullptr, &stream), E_FAIL) << "a driver that calls after the end";
-  EXPECT_EQ(folder.Names(), Names{L"q.JPG"});
 }
 
 }  // namespace
