@@ -226,7 +226,7 @@ void MeasureDrag(BenchDialog& d, std::span<const Page> pages, const std::wstring
     againstSmall.push_back(large.ours / small.ours);
   }
   PrintFigure("move dragging the frame, A4 300 dpi", "one millisecond", absolute, 1.0);
-  PrintFigure("  of it beside setting the readout's text", "one millisecond", withoutText, 1.0);
+  PrintFigure("  of it beside setting the readout's text", "one millisecond", withoutText, NO_TARGET);
   PrintFigure("move dragging the frame, A4 300 dpi", "the readout's text set alone", againstText, NO_TARGET);
   PrintFigure("move dragging the frame, A4 300 dpi", "the same, A4 75 dpi", againstSmall, 1.2);
   PrintFigure("showing a new preview: decodes", "one", {(g_loads - loadsBefore) / (2.0 * ROUNDS)}, NO_TARGET);

@@ -15,9 +15,8 @@ BOTTOM_FILES = {
     "entry/debug_trace", "entry/module_state", "entry/registry_reader",
     "preview/geometry", "preview/readout_format",
     "scan_dialog/settings_catalogue",
-    "scanning/cut_rectangle", "scanning/image_file", "scanning/jpeg_encoder", "scanning/jpeg_file", "scanning/jpeg_header", "scanning/jpeg_strips",
-    "scanning/scan_file_names",
-    "scanning/scan_properties",
+    "scanning/cut_rectangle", "scanning/image_file", "scanning/scan_file_names", "scanning/scan_properties",
+    "scanning/jpeg_encoder", "scanning/jpeg_file", "scanning/jpeg_header", "scanning/jpeg_strips",
 }
 BOTTOM_FOLDERS = {"platform", "resources"}
 HEIGHT = {BOTTOM: 0, MIDDLE: 1, TOP: 2}
