@@ -13,7 +13,6 @@ endif()
 # The sources are the same for every architecture.
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
   add_test(NAME layering COMMAND ${Python3_EXECUTABLE} ${checks}/check_layering.py ${CMAKE_SOURCE_DIR})
-  add_test(NAME faults COMMAND ${CMAKE_SOURCE_DIR}/scripts/mutate --check)
   find_program(CLANG_FORMAT clang-format REQUIRED)
   file(GLOB_RECURSE formatted CONFIGURE_DEPENDS
     ${CMAKE_SOURCE_DIR}/src/*.h ${CMAKE_SOURCE_DIR}/src/*.cpp ${CMAKE_SOURCE_DIR}/simulator/*.h
