@@ -9,7 +9,7 @@
 
 #include "bench/pages.h"
 #include "scan_dialog/scan_dialog.h"
-#include "simulator/simulated_user.h"
+#include "tests/support/simulated_user.h"
 
 namespace bench {
 

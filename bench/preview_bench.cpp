@@ -3,7 +3,7 @@
 #include "bench/measure.h"
 #include "platform/gdiplus_owners.h"
 #include "resources/resource_ids.h"
-#include "scan_dialog/settings_catalogue.h"
+#include "core/settings_catalogue.h"
 
 namespace gdip = Gdiplus::DllExports;
 

@@ -73,19 +73,13 @@ set_source_files_properties(res/wia_scan_dialog.rc PROPERTIES
   COMPILE_DEFINITIONS "PROJECT_VERSION_MAJOR=${PROJECT_VERSION_MAJOR};PROJECT_VERSION_MINOR=${PROJECT_VERSION_MINOR};PROJECT_VERSION_PATCH=${PROJECT_VERSION_PATCH};PROJECT_VERSION_STRING=\\\"${PROJECT_VERSION}\\\"")
 wsd_split_debug_information(WiaScanDialog)
 
-file(GLOB WSD_SIMULATOR_SOURCES CONFIGURE_DEPENDS simulator/*.cpp)
-set(WSD_DEMO_SOURCES ${WSD_SIMULATOR_SOURCES})
-list(FILTER WSD_DEMO_SOURCES INCLUDE REGEX "simulator/(scan_demo|command_line|tour)[^/]*\\.cpp$")
-list(REMOVE_ITEM WSD_SIMULATOR_SOURCES ${WSD_DEMO_SOURCES})
-# It replaces operator new: only the tests that ask for it get it.
-list(FILTER WSD_SIMULATOR_SOURCES EXCLUDE REGEX "/allocation_fault\\.cpp$")
-add_library(wsd_simulator STATIC ${WSD_SIMULATOR_SOURCES} src/platform/wia2.cpp src/platform/arm64_va_list.cpp)
+file(GLOB sources CONFIGURE_DEPENDS simulator/*.cpp)
+add_library(wsd_simulator STATIC ${sources} src/platform/wia2.cpp src/platform/arm64_va_list.cpp)
 target_include_directories(wsd_simulator PUBLIC src ${CMAKE_SOURCE_DIR})
 target_link_libraries(wsd_simulator PUBLIC
   advapi32 gdi32 gdiplus ntdll ole32 oleaut32 setupapi shlwapi user32 uuid windowscodecs)
 
-if(WSD_DEMO_SOURCES)
-add_executable(scan_demo ${WSD_DEMO_SOURCES})
+file(GLOB sources CONFIGURE_DEPENDS demo/*.cpp)
+add_executable(scan_demo ${sources})
 target_link_libraries(scan_demo PRIVATE wsd_simulator advapi32 setupapi shell32)
 wsd_split_debug_information(scan_demo)
-endif()

@@ -14,9 +14,10 @@ endif()
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
   add_test(NAME layering COMMAND ${Python3_EXECUTABLE} ${checks}/check_layering.py ${CMAKE_SOURCE_DIR})
   find_program(CLANG_FORMAT clang-format REQUIRED)
-  file(GLOB_RECURSE formatted CONFIGURE_DEPENDS
-    ${CMAKE_SOURCE_DIR}/src/*.h ${CMAKE_SOURCE_DIR}/src/*.cpp ${CMAKE_SOURCE_DIR}/simulator/*.h
-    ${CMAKE_SOURCE_DIR}/simulator/*.cpp ${CMAKE_SOURCE_DIR}/tests/*.h ${CMAKE_SOURCE_DIR}/tests/*.cpp
-    ${CMAKE_SOURCE_DIR}/bench/*.h ${CMAKE_SOURCE_DIR}/bench/*.cpp)
+  set(formatted "")
+  foreach(folder src simulator demo tests bench)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/${folder}/*.h ${CMAKE_SOURCE_DIR}/${folder}/*.cpp)
+    list(APPEND formatted ${sources})
+  endforeach()
   add_test(NAME formatting COMMAND ${CLANG_FORMAT} --dry-run -Werror ${formatted})
 endif()

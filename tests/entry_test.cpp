@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "entry/class_factory.h"
-#include "entry/module_state.h"
+#include "platform/module_state.h"
 #include "entry/wia_ui_extension.h"
-#include "tests/dialog_harness.h"
+#include "tests/support/dialog_harness.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The preview pane's arithmetic, without a window; also built natively, under the sanitizers.
-#include "preview/geometry.h"
+#include "core/geometry.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include <string>
 #include <tuple>
 
-#include "preview/readout_format.h"
+#include "core/readout_format.h"
 
 namespace {
 

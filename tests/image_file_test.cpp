@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "resources/resource_ids.h"
-#include "simulator/image_samples.h"
+#include "tests/support/image_samples.h"
 
 namespace {
 

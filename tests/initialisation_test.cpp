@@ -3,11 +3,11 @@
 
 #include <algorithm>
 
-#include "scan_dialog/settings_catalogue.h"
-#include "scanning/scan_properties.h"
+#include "core/settings_catalogue.h"
+#include "core/scan_properties.h"
 #include "simulator/device_registration.h"
 #include "simulator/simulated_scanner.h"
-#include "tests/dialog_harness.h"
+#include "tests/support/dialog_harness.h"
 
 namespace {
 

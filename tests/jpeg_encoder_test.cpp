@@ -8,7 +8,7 @@
 #include <tuple>
 
 #include "platform/scoped.h"
-#include "simulator/image_samples.h"
+#include "tests/support/image_samples.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "scanning/jpeg_header.h"
+#include "core/jpeg_header.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
 
-#include "simulator/damaged_jpeg.h"
+#include "tests/support/damaged_jpeg.h"
 
 namespace {
 

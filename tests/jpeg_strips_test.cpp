@@ -1,10 +1,10 @@
-#include "scanning/jpeg_strips.h"
+#include "core/jpeg_strips.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-#include "simulator/damaged_jpeg.h"
+#include "tests/support/damaged_jpeg.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <map>
 
-#include "tests/dialog_harness.h"
+#include "tests/support/dialog_harness.h"
 
 namespace {
 

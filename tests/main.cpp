@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "tests/dialog_harness.h"
+#include "tests/support/dialog_harness.h"
 
 namespace harness {
 

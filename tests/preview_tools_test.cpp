@@ -1,5 +1,5 @@
 // The mouse tools, the scroll bars and the menus of the preview pane.
-#include "tests/pane_harness.h"
+#include "tests/support/pane_harness.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The preview pane on the screen: image, frame, repainting, loading and turning.
-#include "tests/pane_harness.h"
+#include "tests/support/pane_harness.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "entry/class_factory.h"
-#include "tests/dialog_harness.h"
+#include "tests/support/dialog_harness.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "entry/registry_reader.h"
+#include "platform/registry_reader.h"
 #include "platform/scoped.h"
 
 namespace {

@@ -7,17 +7,17 @@
 #include <random>
 
 #include "entry/class_factory.h"
-#include "entry/module_state.h"
-#include "preview/readout_format.h"
-#include "scan_dialog/settings_catalogue.h"
+#include "platform/module_state.h"
+#include "core/readout_format.h"
+#include "core/settings_catalogue.h"
 #include "scanning/jpeg_file.h"
-#include "simulator/damaged_jpeg.h"
-#include "simulator/platform_faults.h"
-#include "simulator/scan_host.h"
+#include "tests/support/damaged_jpeg.h"
+#include "tests/support/platform_faults.h"
+#include "tests/support/scan_host.h"
 #include "simulator/simulated_scanner.h"
-#include "simulator/simulated_user.h"
-#include "tests/dialog_harness.h"
-#include "tests/robustness.h"
+#include "tests/support/simulated_user.h"
+#include "tests/support/dialog_harness.h"
+#include "tests/support/robustness.h"
 
 namespace {
 

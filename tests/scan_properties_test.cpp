@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "scan_dialog/settings_catalogue.h"
-#include "scanning/scan_properties.h"
+#include "core/settings_catalogue.h"
+#include "core/scan_properties.h"
 
 namespace {
 

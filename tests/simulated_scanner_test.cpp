@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "simulator/image_samples.h"
-#include "simulator/page_receiver.h"
+#include "tests/support/image_samples.h"
+#include "tests/support/page_receiver.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <map>
 #include <set>
 
-#include "scan_dialog/settings_catalogue.h"
-#include "tests/dialog_harness.h"
+#include "core/settings_catalogue.h"
+#include "tests/support/dialog_harness.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 #include "scanning/transfer_callback.h"
 #include "simulator/simulated_scanner.h"
-#include "tests/dialog_harness.h"
+#include "tests/support/dialog_harness.h"
 
 namespace {
 

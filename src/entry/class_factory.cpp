@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "entry/module_state.h"
+#include "platform/module_state.h"
 #include "entry/wia_ui_extension.h"
 
 CClassFactory g_classFactory;

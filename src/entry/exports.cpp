@@ -2,7 +2,7 @@
 #include <windows.h>
 
 #include "entry/class_factory.h"
-#include "entry/module_state.h"
+#include "platform/module_state.h"
 #include "platform/module_instance.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID /*reserved*/) {

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "entry/module_state.h"
+#include "platform/module_state.h"
 #include "platform/gdiplus_owners.h"
 #include "platform/module_instance.h"
 #include "platform/scoped.h"

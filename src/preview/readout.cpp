@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "preview/readout_format.h"
+#include "core/readout_format.h"
 #include "scan_dialog/scan_dialog.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <strsafe.h>
 
-#include "entry/debug_trace.h"
+#include "platform/debug_trace.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
 #include "scanning/image_file.h"

@@ -1,10 +1,10 @@
 // The pane itself: preview state, drawing of the image, scroll bars and paint requests.
 
-#include "entry/debug_trace.h"
+#include "platform/debug_trace.h"
 #include "platform/gdiplus_owners.h"
 #include "scan_dialog/scan_dialog.h"
 #include "resources/resource_ids.h"
-#include "scan_dialog/settings_catalogue.h"
+#include "core/settings_catalogue.h"
 #include "scanning/jpeg_file.h"
 
 using Gdiplus::DllExports::GdipDrawImageRectRectI;

@@ -7,7 +7,7 @@
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
-#include "scan_dialog/settings_catalogue.h"
+#include "core/settings_catalogue.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <memory>
 #include <new>
 
-#include "entry/debug_trace.h"
-#include "entry/registry_reader.h"
+#include "platform/debug_trace.h"
+#include "platform/registry_reader.h"
 #include "platform/scoped.h"
 #include "platform/wia2.h"
 #include "scan_dialog/scan_dialog.h"

@@ -11,7 +11,7 @@
 #include "dialog/base_dialog.h"
 #include "platform/scoped.h"
 #include "platform/wia2.h"
-#include "preview/geometry.h"
+#include "core/geometry.h"
 #include "scanning/image_file.h"
 
 namespace scanning {
@@ -34,7 +34,7 @@ enum class AreaReadout { Position = 1, PositionAndSize = 3 };
 
 // One scan dialog, living for one DoModal call on the thread that runs it. hDlg is always the dialog window.
 //
-// All pane coordinates are unmirrored client pixels (see preview/geometry.h), also in a right-to-left dialog. The
+// All pane coordinates are unmirrored client pixels (see core/geometry.h), also in a right-to-left dialog. The
 // selection frame is in whole millimetres of the preview as it is displayed.
 class SCAN_DIALOG : public BASE_DIALOG {
  public:

@@ -6,8 +6,8 @@
 #include <iterator>
 
 #include "scan_dialog/scan_dialog.h"
-#include "scan_dialog/settings_catalogue.h"
-#include "scanning/scan_properties.h"
+#include "core/settings_catalogue.h"
+#include "core/scan_properties.h"
 
 namespace {
 

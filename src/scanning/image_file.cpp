@@ -11,11 +11,11 @@
 #include <new>
 #include <optional>
 
-#include "entry/debug_trace.h"
+#include "platform/debug_trace.h"
 #include "platform/gdiplus_owners.h"
 #include "platform/scoped.h"
 #include "resources/resource_ids.h"
-#include "scanning/cut_rectangle.h"
+#include "core/page_edit.h"
 #include "scanning/jpeg_encoder.h"
 #include "scanning/jpeg_file.h"
 

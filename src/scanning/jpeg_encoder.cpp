@@ -10,7 +10,7 @@
 #include <span>
 
 #include "platform/scoped.h"
-#include "scanning/jpeg_strips.h"
+#include "core/jpeg_strips.h"
 
 namespace scanning {
 namespace {

@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include "platform/scoped.h"
-#include "scanning/jpeg_header.h"
+#include "core/jpeg_header.h"
 
 namespace scanning {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <objidl.h>
 
-#include "entry/module_state.h"
+#include "platform/module_state.h"
 #include "platform/scoped.h"
 
 // Passes everything on to the file's own stream until it is closed, and fails from then on. A driver that keeps its

@@ -3,7 +3,7 @@
 
 #include "platform/wia2.h"
 #include "scan_dialog/scan_dialog.h"
-#include "scanning/scan_properties.h"
+#include "core/scan_properties.h"
 
 namespace {
 

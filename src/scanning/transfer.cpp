@@ -3,11 +3,11 @@
 
 #include <new>
 
-#include "entry/debug_trace.h"
+#include "platform/debug_trace.h"
 #include "platform/scoped.h"
 #include "platform/wia2.h"
 #include "scan_dialog/scan_dialog.h"
-#include "scan_dialog/settings_catalogue.h"
+#include "core/settings_catalogue.h"
 #include "scanning/image_file.h"
 #include "scanning/scan_file_names.h"
 #include "scanning/transfer_callback.h"

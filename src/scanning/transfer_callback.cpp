@@ -7,7 +7,7 @@
 #include <cwchar>
 #include <iterator>
 
-#include "entry/debug_trace.h"
+#include "platform/debug_trace.h"
 #include "platform/scoped.h"
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "entry/module_state.h"
+#include "platform/module_state.h"
 #include "platform/scoped.h"
 #include "platform/wia2.h"
 #include "scanning/page_stream.h"

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "tests/robustness.h"
+#include "tests/support/robustness.h"
 
 namespace {
 

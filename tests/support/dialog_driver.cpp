@@ -1,8 +1,8 @@
-#include "simulator/dialog_driver.h"
+#include "tests/support/dialog_driver.h"
 
 #include <utility>
 
-#include "simulator/dialog_finder.h"
+#include "demo/dialog_finder.h"
 
 namespace simulator {
 

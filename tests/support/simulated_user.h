@@ -1,5 +1,5 @@
 // A user who works by window messages, on the dialog's own thread: fast enough for thousands of dialogs, and
-// repeatable. The tour (tour.h) is the one with a real pointer and keyboard.
+// repeatable. The tour (demo/tour.h) is the one with a real pointer and keyboard.
 #pragma once
 
 #include <windows.h>

@@ -1,10 +1,10 @@
-#include "scanning/jpeg_header.h"
+#include "core/jpeg_header.h"
 
 #include <algorithm>
 #include <array>
 #include <iterator>
 
-#include "scanning/cut_rectangle.h"
+#include "core/page_edit.h"
 
 namespace scanning {
 namespace {

@@ -12,10 +12,10 @@
 
 #include "platform/scoped.h"
 #include "platform/wia2.h"
-#include "simulator/command_line.h"
+#include "demo/command_line.h"
 #include "simulator/device_registration.h"
 #include "simulator/gdiplus_session.h"
-#include "simulator/tour.h"
+#include "demo/tour.h"
 
 namespace {
 

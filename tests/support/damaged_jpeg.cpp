@@ -1,4 +1,4 @@
-#include "simulator/damaged_jpeg.h"
+#include "tests/support/damaged_jpeg.h"
 
 #include <cstddef>
 #include <fstream>

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "simulator/gdiplus_session.h"
-#include "simulator/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace samples {
 

@@ -1,9 +1,9 @@
-#include "preview/readout_format.h"
+#include "core/readout_format.h"
 
 #include <cmath>
 #include <cstddef>
 
-#include "preview/geometry.h"
+#include "core/geometry.h"
 
 namespace preview {
 

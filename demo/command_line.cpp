@@ -1,4 +1,4 @@
-#include "simulator/command_line.h"
+#include "demo/command_line.h"
 
 #include <shlwapi.h>
 

@@ -1,4 +1,4 @@
-#include "simulator/platform_faults.h"
+#include "tests/support/platform_faults.h"
 
 #include <shlwapi.h>
 

@@ -1,10 +1,10 @@
-#include "simulator/scan_host.h"
+#include "tests/support/scan_host.h"
 
 #include <algorithm>
 
 #include "entry/class_factory.h"
 #include "scanning/jpeg_file.h"
-#include "simulator/host_resources.h"
+#include "tests/support/host_resources.h"
 
 namespace simulator {
 namespace {

@@ -1,4 +1,4 @@
-#include "scan_dialog/settings_catalogue.h"
+#include "core/settings_catalogue.h"
 
 #include <algorithm>
 

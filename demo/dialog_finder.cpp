@@ -1,4 +1,4 @@
-#include "simulator/dialog_finder.h"
+#include "demo/dialog_finder.h"
 
 #include "resources/resource_ids.h"
 

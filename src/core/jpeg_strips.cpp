@@ -1,4 +1,4 @@
-#include "scanning/jpeg_strips.h"
+#include "core/jpeg_strips.h"
 
 #include <algorithm>
 #include <array>

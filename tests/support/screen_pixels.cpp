@@ -1,4 +1,4 @@
-#include "simulator/screen_pixels.h"
+#include "tests/support/screen_pixels.h"
 
 #include "platform/scoped.h"
 

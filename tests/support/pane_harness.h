@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "simulator/screen_pixels.h"
-#include "tests/dialog_harness.h"
+#include "tests/support/screen_pixels.h"
+#include "tests/support/dialog_harness.h"
 
 namespace harness {
 

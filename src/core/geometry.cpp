@@ -1,4 +1,4 @@
-#include "preview/geometry.h"
+#include "core/geometry.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "scanning/cut_rectangle.h"
+#include "core/page_edit.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ namespace {
 using scanning::CutRectangle;
 using scanning::QuarterTurns;
 
-TEST(CutRectangle, TruncatesSizeAndOriginSeparately) {
+TEST(PageEdit, TruncatesSizeAndOriginSeparately) {
   const auto at300 = [](double left, double top, double right, double bottom) {
     return scanning::CutOfFrame(300, 300, left, top, right, bottom);
   };
@@ -22,7 +22,7 @@ TEST(CutRectangle, TruncatesSizeAndOriginSeparately) {
   EXPECT_EQ(scanning::CutOfFrame(299.9, 600.9, 25.4, 25.4, 50.8, 50.8), (CutRectangle{299, 600, 299, 600}));
 }
 
-TEST(CutRectangle, RefusesWhatNoFileCanHold) {
+TEST(PageEdit, RefusesWhatNoFileCanHold) {
   const double nan = std::nan("");
   const double infinite = HUGE_VAL;
   for (const auto& frame : std::initializer_list<std::array<double, 6>>{{300, 300, 5, 5, 5, 9},
@@ -49,7 +49,7 @@ TEST(CutRectangle, RefusesWhatNoFileCanHold) {
 }
 
 // Every part of every turn, against the turned letters.
-TEST(CutRectangle, FindsAndCopiesThePartInEveryTurn) {
+TEST(PageEdit, FindsAndCopiesThePartInEveryTurn) {
   const std::string image = "ABCDEFGHIJKLMNO";  // 5 x 3
   const std::string turned[] = {image, "KFALGBMHCNIDOJE", "ONMLKJIHGFEDCBA", "EJODINCHMBGLAFK"};
   for (int index = 0; index < 4 * 15 * 36; ++index) {

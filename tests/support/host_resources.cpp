@@ -1,4 +1,4 @@
-#include "simulator/host_resources.h"
+#include "tests/support/host_resources.h"
 
 #include <tlhelp32.h>
 #include <winternl.h>

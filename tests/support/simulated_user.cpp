@@ -1,11 +1,11 @@
-#include "simulator/simulated_user.h"
+#include "tests/support/simulated_user.h"
 
 #include <commctrl.h>
 
 #include <utility>
 
 #include "resources/resource_ids.h"
-#include "simulator/dialog_finder.h"
+#include "demo/dialog_finder.h"
 
 namespace simulator {
 namespace {

@@ -11,10 +11,10 @@
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
-#include "simulator/allocation_fault.h"
-#include "simulator/dialog_driver.h"
-#include "simulator/image_samples.h"
-#include "simulator/simulated_user.h"
+#include "tests/support/allocation_fault.h"
+#include "tests/support/dialog_driver.h"
+#include "tests/support/image_samples.h"
+#include "tests/support/simulated_user.h"
 
 namespace harness {
 

@@ -1,6 +1,6 @@
-#include "scanning/scan_properties.h"
+#include "core/scan_properties.h"
 
-#include "scan_dialog/settings_catalogue.h"
+#include "core/settings_catalogue.h"
 
 namespace scanning {
 namespace {

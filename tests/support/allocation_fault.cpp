@@ -1,5 +1,5 @@
 // The replaced operators, in a file of their own: compilers check that inlined pairs of new and delete match.
-#include "simulator/allocation_fault.h"
+#include "tests/support/allocation_fault.h"
 
 #include <cstdlib>
 #include <new>

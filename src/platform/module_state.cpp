@@ -1,4 +1,4 @@
-#include "entry/module_state.h"
+#include "platform/module_state.h"
 
 volatile LONG g_cLocks = 0;
 

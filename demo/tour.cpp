@@ -1,4 +1,4 @@
-#include "simulator/tour.h"
+#include "demo/tour.h"
 
 #include <commctrl.h>
 
@@ -7,7 +7,7 @@
 #include "platform/gdiplus_owners.h"
 #include "platform/scoped.h"
 #include "resources/resource_ids.h"
-#include "simulator/dialog_finder.h"
+#include "demo/dialog_finder.h"
 #include "simulator/gdiplus_session.h"
 
 namespace simulator {

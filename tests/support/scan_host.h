@@ -11,7 +11,7 @@
 #include "platform/scoped.h"
 #include "platform/wia2.h"
 #include "simulator/simulated_scanner.h"
-#include "simulator/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace simulator {
 

@@ -1,4 +1,4 @@
-#include "entry/registry_reader.h"
+#include "platform/registry_reader.h"
 
 #include <algorithm>
 #include <iterator>
