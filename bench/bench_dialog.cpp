@@ -6,21 +6,21 @@
 namespace bench {
 namespace {
 
-constexpr UINT RUN_SCRIPT = WM_APP + 1;
+constexpr UINT kRunScript = WM_APP + 1;
 
 }  // namespace
 
 INT_PTR BenchDialog::OnInitDialog(HWND hDlg, WPARAM wParam, LPARAM lParam) {
   const INT_PTR result = SCAN_DIALOG::OnInitDialog(hDlg, wParam, lParam);
-  ::PostMessageW(hDlg, RUN_SCRIPT, 0, 0);
+  PostMessageW(hDlg, kRunScript, 0, 0);
   return result;
 }
 
 INT_PTR BenchDialog::OnAppMessage(HWND hDlg, UINT message, WPARAM /*wParam*/, LPARAM /*lParam*/) {
-  if (message == RUN_SCRIPT) {
+  if (message == kRunScript) {
     simulator::HandleMessages(hDlg);
     m_script(*this);
-    ::EndDialog(hDlg, IDCANCEL);
+    EndDialog(hDlg, IDCANCEL);
   }
   return FALSE;
 }

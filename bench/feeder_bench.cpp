@@ -28,7 +28,7 @@ class PlainFiles final : public IWiaTransferCallback {
   HRESULT STDMETHODCALLTYPE TransferCallback(LONG, WiaTransferParams*) override { return S_OK; }
   HRESULT STDMETHODCALLTYPE GetNextStream(LONG, BSTR, BSTR, IStream** stream) override {
     const std::wstring file = m_folder + L"\\Page (" + std::to_wstring(++m_pages) + L").JPG";
-    return ::SHCreateStreamOnFileEx(file.c_str(), STGM_READWRITE, FILE_ATTRIBUTE_NORMAL, TRUE, nullptr, stream);
+    return SHCreateStreamOnFileEx(file.c_str(), STGM_READWRITE, FILE_ATTRIBUTE_NORMAL, TRUE, nullptr, stream);
   }
 
  private:
@@ -45,7 +45,7 @@ struct Transfer {
 
 double PrivateBytes() {
   PROCESS_MEMORY_COUNTERS counters = {};
-  ::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof counters);
+  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
   return static_cast<double>(counters.WorkingSetSize);
 }
 
@@ -58,16 +58,16 @@ Transfer TimePages(simulator::SimulatedScanner& scanner, int count, const std::w
   transfer.pages.reserve(static_cast<std::size_t>(count));
   LARGE_INTEGER frequency = {};
   LARGE_INTEGER last = {};
-  ::QueryPerformanceFrequency(&frequency);
+  QueryPerformanceFrequency(&frequency);
   simulator::FaultPlan plan;
   plan.hook = [&](const simulator::TransferPoint& point) {
     LARGE_INTEGER now = {};
-    ::QueryPerformanceCounter(&now);
+    QueryPerformanceCounter(&now);
     if (point.stage == simulator::TransferPoint::Stage::pageDone) {
       transfer.pages.push_back(static_cast<double>(now.QuadPart - last.QuadPart) /
                                static_cast<double>(frequency.QuadPart));
       (point.page < count / 10 ? transfer.memoryEarly : transfer.memoryLate) = PrivateBytes();
-      ::QueryPerformanceCounter(&last);
+      QueryPerformanceCounter(&last);
     } else if (point.stage == simulator::TransferPoint::Stage::start) {
       last = now;
     }
@@ -121,7 +121,7 @@ void MeasureStack(BenchDialog& d, simulator::SimulatedScanner& scanner, IWiaTran
   PrintFigure(figure + ": a page", "the same page into a plain file", ratios, 1.02);
   if (count > 1) {
     PrintFigure(figure + ": the dearest page", "the first page", AgainstFirst(ours), 2.0);
-    PrintFigure("  the same, into plain files", "the first page", AgainstFirst(plain), NO_TARGET);
+    PrintFigure("  the same, into plain files", "the first page", AgainstFirst(plain), kNoTarget);
     PrintFigure(figure + ": memory at the end", "memory after a tenth", memory, 1.02);
   }
 }
@@ -142,8 +142,8 @@ platform::ComPtr<IWiaTransfer> FeederTransfer(IWiaItem2* root) {
 
 void MeasureFeeder(const std::wstring& folder) {
   const std::wstring target = folder + L"\\stack";
-  const platform::BasicString folderName(::SysAllocString(target.c_str()));
-  const platform::BasicString fileName(::SysAllocString(L"Page"));
+  const platform::BasicString folderName(SysAllocString(target.c_str()));
+  const platform::BasicString fileName(SysAllocString(L"Page"));
   for (const int count : {1, 50, 500}) {
     simulator::ScannerConfiguration configuration;
     configuration.feederPages = count;

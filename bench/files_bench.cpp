@@ -17,28 +17,28 @@
 namespace bench {
 namespace {
 
-constexpr int MARGIN_MM = 10;  // cut off all round
-constexpr double MM_PER_INCH = 25.4;
+constexpr int kMarginMm = 10;  // cut off all round
+constexpr double kMillimetresPerInch = 25.4;
 
 // A quarter turn to the right, and the cut out of the turned page.
 ImageEditParams Edit(const Page& page) {
   ImageEditParams params;
   params.rotationType = 2;
   params.hasFrame = 1;
-  params.left = MARGIN_MM;
-  params.top = MARGIN_MM;
-  params.right = page.heightMm - MARGIN_MM;
-  params.bottom = page.widthMm - MARGIN_MM;
+  params.left = kMarginMm;
+  params.top = kMarginMm;
+  params.right = page.heightMm - kMarginMm;
+  params.bottom = page.widthMm - kMarginMm;
   return params;
 }
 
 // "WIDTHxHEIGHT+X+Y" of that cut.
 std::string Geometry(const Page& page) {
   const auto pixels = [&](int millimetres) {
-    return std::to_string(static_cast<int>(millimetres * page.dpi / MM_PER_INCH));
+    return std::to_string(static_cast<int>(millimetres * page.dpi / kMillimetresPerInch));
   };
-  return pixels(page.heightMm - 2 * MARGIN_MM) + "x" + pixels(page.widthMm - 2 * MARGIN_MM) + "+" + pixels(MARGIN_MM) +
-         "+" + pixels(MARGIN_MM);
+  return pixels(page.heightMm - 2 * kMarginMm) + "x" + pixels(page.widthMm - 2 * kMarginMm) + "+" + pixels(kMarginMm) +
+         "+" + pixels(kMarginMm);
 }
 
 std::string Narrow(const std::wstring& text) { return std::filesystem::path(text).filename().string(); }
@@ -59,7 +59,7 @@ void CompareWith(const Page& page, const std::string& program, const std::string
                  const std::wstring& folder, double target) {
   const std::wstring copy = folder + L"\\turned.jpg";
   const ImageEditParams params = Edit(page);
-  const auto renew = [&] { ::CopyFileW(page.file.c_str(), copy.c_str(), FALSE); };
+  const auto renew = [&] { CopyFileW(page.file.c_str(), copy.c_str(), FALSE); };
   BOOL succeeded = TRUE;
   renew();
   std::vector<double> ratios;
@@ -79,29 +79,29 @@ void CompareWith(const Page& page, const std::string& program, const std::string
     withStart.clear();
   }
   PrintFigure("turn and cut, " + page.name, program, ratios, target);
-  if (page.dpi <= 75 && target != NO_TARGET) {
-    PrintFigure("turn and cut, " + page.name, "the same, its start counted", withStart, NO_TARGET);
+  if (page.dpi <= 75 && target != kNoTarget) {
+    PrintFigure("turn and cut, " + page.name, "the same, its start counted", withStart, kNoTarget);
   }
 }
 
 double PeakRatio(const Page& page, const std::wstring& folder) {
   const std::wstring copy = folder + L"\\peak.jpg";
-  ::CopyFileW(page.file.c_str(), copy.c_str(), FALSE);
+  CopyFileW(page.file.c_str(), copy.c_str(), FALSE);
   wchar_t program[MAX_PATH] = {};
-  ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+  GetModuleFileNameW(nullptr, program, MAX_PATH);
   std::wstring command = L"\"" + std::wstring(program) + L"\" --peak \"" + copy + L"\"";
   STARTUPINFOW startup = {};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process = {};
-  if (!::CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
+  if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
     return INFINITY;
   }
-  const platform::Unique<HANDLE, &::CloseHandle> handle(process.hProcess);
-  const platform::Unique<HANDLE, &::CloseHandle> thread(process.hThread);
+  const platform::Unique<HANDLE, &CloseHandle> handle(process.hProcess);
+  const platform::Unique<HANDLE, &CloseHandle> thread(process.hThread);
   DWORD pages = 0;
-  ::WaitForSingleObject(handle.get(), INFINITE);
-  ::GetExitCodeProcess(handle.get(), &pages);
-  const double pixels = page.widthMm * page.dpi / MM_PER_INCH * page.heightMm * page.dpi / MM_PER_INCH;
+  WaitForSingleObject(handle.get(), INFINITE);
+  GetExitCodeProcess(handle.get(), &pages);
+  const double pixels = page.widthMm * page.dpi / kMillimetresPerInch * page.heightMm * page.dpi / kMillimetresPerInch;
   return pages == 0 ? INFINITY : pages * 4096.0 / (pixels * 3);
 }
 
@@ -111,13 +111,13 @@ int PeakOfProcessing(const std::wstring& file) {
   const simulator::GdiplusSession gdiplus;
   PROCESS_MEMORY_COUNTERS before = {};
   PROCESS_MEMORY_COUNTERS after = {};
-  ::GetProcessMemoryInfo(::GetCurrentProcess(), &before, sizeof before);
+  GetProcessMemoryInfo(GetCurrentProcess(), &before, sizeof before);
   Page page;
   page.widthMm = page.heightMm = 200;
   if (!scanning::processImageFile(file.c_str(), Edit(page))) {
     return 0;
   }
-  ::GetProcessMemoryInfo(::GetCurrentProcess(), &after, sizeof after);
+  GetProcessMemoryInfo(GetCurrentProcess(), &after, sizeof after);
   return static_cast<int>((after.PeakWorkingSetSize - before.WorkingSetSize) / 4096);
 }
 
@@ -129,7 +129,7 @@ void MeasureFiles(std::span<const Page> pages, const std::wstring& folder) {
     magick << "convert-im6 '" << Narrow(page.file) << "' -rotate 90 -crop " << Geometry(page) << " +repage other.jpg";
     jpegtran << "jpegtran -rotate 90 -crop " << Geometry(page) << " -outfile other.jpg '" << Narrow(page.file) << "'";
     CompareWith(page, "ImageMagick, rotate and crop", magick.str(), "convert-im6 xc: null:", folder, 0.9);
-    CompareWith(page, "jpegtran, lossless rotate and crop", jpegtran.str(), "jpegtran -version", folder, NO_TARGET);
+    CompareWith(page, "jpegtran, lossless rotate and crop", jpegtran.str(), "jpegtran -version", folder, kNoTarget);
   }
   for (const Page& page : pages) {
     if (page.dpi >= 300) {

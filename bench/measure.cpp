@@ -26,10 +26,10 @@ double Seconds(const Action& action) {
   LARGE_INTEGER frequency = {};
   LARGE_INTEGER start = {};
   LARGE_INTEGER end = {};
-  ::QueryPerformanceFrequency(&frequency);
-  ::QueryPerformanceCounter(&start);
+  QueryPerformanceFrequency(&frequency);
+  QueryPerformanceCounter(&start);
   action();
-  ::QueryPerformanceCounter(&end);
+  QueryPerformanceCounter(&end);
   return static_cast<double>(end.QuadPart - start.QuadPart) / static_cast<double>(frequency.QuadPart);
 }
 
@@ -73,7 +73,7 @@ void PrintFigure(const std::string& figure, const std::string& against, std::vec
   const double median = Quantile(ratios, 0.5);
   std::printf("%-46s | %-38s | %7.3f | %6.3f - %6.3f | %5zu | ", figure.c_str(), against.c_str(), median,
               Quantile(ratios, 0.25), Quantile(ratios, 0.75), ratios.size());
-  if (target == NO_TARGET) {
+  if (target == kNoTarget) {
     std::printf("reported\n");
   } else {
     std::printf("%.2f %s\n", target, median <= target ? "met" : "MISSED");

@@ -25,8 +25,8 @@ std::vector<Pair> Interleave(
 std::vector<double> Ratios(const std::vector<Pair>& pairs);
 double Median(std::vector<double> values);
 
-// The most that a median may be; NO_TARGET: the figure is only reported.
-inline constexpr double NO_TARGET = 0.0;
+// The most that a median may be; kNoTarget: the figure is only reported.
+inline constexpr double kNoTarget = 0.0;
 
 void PrintHeading();
 // One line: the median, the middle half and the number of the ratios.

@@ -25,21 +25,21 @@ struct Content {
 
 bool IsList(HWND window) {
   wchar_t name[32] = {};
-  ::GetClassNameW(window, name, 32);
+  GetClassNameW(window, name, 32);
   return ::lstrcmpiW(name, L"ComboBox") == 0;
 }
 
 std::vector<Content> ReadContents(HWND hDlg) {
   std::vector<Content> contents;
-  for (HWND child = ::GetWindow(hDlg, GW_CHILD); child != nullptr; child = ::GetWindow(child, GW_HWNDNEXT)) {
+  for (HWND child = GetWindow(hDlg, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
     wchar_t text[256] = {};
-    ::GetWindowTextW(child, text, 256);
-    Content content = {::GetDlgCtrlID(child), text, {}, CB_ERR};
-    const LRESULT count = IsList(child) ? ::SendMessageW(child, CB_GETCOUNT, 0, 0) : 0;
+    GetWindowTextW(child, text, 256);
+    Content content = {GetDlgCtrlID(child), text, {}, CB_ERR};
+    const LRESULT count = IsList(child) ? SendMessageW(child, CB_GETCOUNT, 0, 0) : 0;
     for (LRESULT i = 0; i < count; ++i) {
-      ::SendMessageW(child, CB_GETLBTEXT, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(text));
+      SendMessageW(child, CB_GETLBTEXT, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(text));
       content.entries.emplace_back(text);
-      content.selected = ::SendMessageW(child, CB_GETCURSEL, 0, 0);
+      content.selected = SendMessageW(child, CB_GETCURSEL, 0, 0);
     }
     if (content.control != IDC_STATUS_BAR) {
       contents.push_back(content);
@@ -50,20 +50,20 @@ std::vector<Content> ReadContents(HWND hDlg) {
 
 void Fill(HWND hDlg, const std::vector<Content>& contents) {
   for (const Content& content : contents) {
-    const HWND control = ::GetDlgItem(hDlg, content.control);
+    const HWND control = GetDlgItem(hDlg, content.control);
     if (content.entries.empty()) {
       if (!content.text.empty()) {
-        ::SetWindowTextW(control, content.text.c_str());
+        SetWindowTextW(control, content.text.c_str());
       }
       continue;
     }
     for (const std::wstring& entry : content.entries) {
-      ::SendMessageW(control, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry.c_str()));
+      SendMessageW(control, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry.c_str()));
     }
-    ::SendMessageW(control, CB_SETCURSEL, static_cast<WPARAM>(content.selected), 0);
+    SendMessageW(control, CB_SETCURSEL, static_cast<WPARAM>(content.selected), 0);
   }
-  ::CreateWindowExW(0, STATUSCLASSNAMEW, nullptr, WS_CHILD | WS_VISIBLE | CCS_BOTTOM, 0, 0, 0, 0, hDlg, nullptr,
-                    g_hInstance, nullptr);
+  CreateWindowExW(0, STATUSCLASSNAMEW, nullptr, WS_CHILD | WS_VISIBLE | CCS_BOTTOM, 0, 0, 0, 0, hDlg, nullptr,
+                  g_hInstance, nullptr);
 }
 
 struct BareDialog {
@@ -72,14 +72,14 @@ struct BareDialog {
 };
 
 INT_PTR CALLBACK BareDialogProc(HWND hDlg, UINT message, WPARAM /*wParam*/, LPARAM lParam) {
-  constexpr UINT OPENED = WM_APP + 1;
+  constexpr UINT kOpened = WM_APP + 1;
   if (message == WM_INITDIALOG) {
     Fill(hDlg, reinterpret_cast<const BareDialog*>(lParam)->contents);
-    ::PostMessageW(hDlg, OPENED, 0, lParam);
-  } else if (message == OPENED) {
+    PostMessageW(hDlg, kOpened, 0, lParam);
+  } else if (message == kOpened) {
     simulator::HandleMessages(hDlg);
     reinterpret_cast<const BareDialog*>(lParam)->opened();
-    ::EndDialog(hDlg, IDCANCEL);
+    EndDialog(hDlg, IDCANCEL);
   }
   return FALSE;
 }
@@ -94,11 +94,11 @@ OpenClose TimeDialog(const std::function<void(const Action& opened)>& run) {
   OpenClose result;
   LARGE_INTEGER frequency = {};
   LARGE_INTEGER start = {};
-  ::QueryPerformanceFrequency(&frequency);
-  ::QueryPerformanceCounter(&start);
+  QueryPerformanceFrequency(&frequency);
+  QueryPerformanceCounter(&start);
   const auto elapsed = [&] {
     LARGE_INTEGER now = {};
-    ::QueryPerformanceCounter(&now);
+    QueryPerformanceCounter(&now);
     return static_cast<double>(now.QuadPart - start.QuadPart) / static_cast<double>(frequency.QuadPart);
   };
   run([&] { result.open = elapsed(); });
@@ -107,7 +107,7 @@ OpenClose TimeDialog(const std::function<void(const Action& opened)>& run) {
 }
 
 void MeasureDialogs() {
-  constexpr int ROUNDS = 41;
+  constexpr int kRounds = 41;
   const simulator::SimulatedScanner scanner;
   const platform::ComPtr<IWiaItem2> root = scanner.Root();
   DEVICEDIALOGDATA2 request = {};
@@ -118,12 +118,12 @@ void MeasureDialogs() {
   const auto ours = [&](const Action& opened) { BenchDialog().Run(request, [&](BenchDialog&) { opened(); }); };
   const auto bare = [&](const Action& opened) {
     const BareDialog dialog{contents, opened};
-    ::DialogBoxParamW(g_hInstance, MAKEINTRESOURCEW(IDD_SCAN_DIALOG), nullptr, BareDialogProc,
-                      reinterpret_cast<LPARAM>(&dialog));
+    DialogBoxParamW(g_hInstance, MAKEINTRESOURCEW(IDD_SCAN_DIALOG), nullptr, BareDialogProc,
+                    reinterpret_cast<LPARAM>(&dialog));
   };
   std::vector<double> open;
   std::vector<double> all;
-  for (int i = 0; i < ROUNDS; ++i) {
+  for (int i = 0; i < kRounds; ++i) {
     OpenClose times[2];
     for (const bool isOurs : {i % 2 == 0, i % 2 != 0}) {
       times[isOurs] = isOurs ? TimeDialog(ours) : TimeDialog(bare);
@@ -132,7 +132,7 @@ void MeasureDialogs() {
     all.push_back(times[true].all / times[false].all);
   }
   PrintFigure("dialog open until it can be used", "bare template with the same texts", open, 1.3);
-  PrintFigure("open-close cycle", "bare template with the same texts", all, NO_TARGET);
+  PrintFigure("open-close cycle", "bare template with the same texts", all, kNoTarget);
 }
 
 }  // namespace
@@ -141,13 +141,13 @@ void MeasureOpening(const std::wstring& library) {
   MeasureDialogs();
   // The dialogs' resources come from a library that stays loaded: a copy beside it is loaded and unloaded.
   const std::wstring copy = library + L".copy.dll";
-  ::CopyFileW(library.c_str(), copy.c_str(), FALSE);
-  const auto load = [&](DWORD flags) { ::FreeLibrary(::LoadLibraryExW(copy.c_str(), nullptr, flags)); };
+  CopyFileW(library.c_str(), copy.c_str(), FALSE);
+  const auto load = [&](DWORD flags) { FreeLibrary(LoadLibraryExW(copy.c_str(), nullptr, flags)); };
   PrintFigure("load and unload", "mapping the file alone",
               Ratios(Interleave(
                   41, [&] { load(0); }, [&] { load(LOAD_LIBRARY_AS_DATAFILE); })),
-              NO_TARGET);
-  ::DeleteFileW(copy.c_str());
+              kNoTarget);
+  DeleteFileW(copy.c_str());
 }
 
 }  // namespace bench

@@ -20,7 +20,7 @@ namespace {
 
 std::wstring LibraryBesideProgram() {
   wchar_t program[MAX_PATH] = {};
-  ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+  GetModuleFileNameW(nullptr, program, MAX_PATH);
   return (std::filesystem::path(program).parent_path() / L"WiaScanDialog.dll").wstring();
 }
 
@@ -33,7 +33,7 @@ int Run(const std::vector<std::wstring>& arguments) {
     return 2;
   }
   const std::wstring library = LibraryBesideProgram();
-  g_hInstance = ::LoadLibraryW(library.c_str());
+  g_hInstance = LoadLibraryW(library.c_str());
   if (g_hInstance == nullptr) {
     std::fputs("WiaScanDialog.dll does not load\n", stderr);
     return 1;
@@ -65,9 +65,9 @@ int Run(const std::vector<std::wstring>& arguments) {
 }  // namespace
 
 int main() {
-  ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
   int count = 0;
-  const platform::Unique<wchar_t**, &::LocalFree> list(::CommandLineToArgvW(::GetCommandLineW(), &count));
+  const platform::Unique<wchar_t**, &LocalFree> list(CommandLineToArgvW(GetCommandLineW(), &count));
   try {
     return Run({list.get() + 1, list.get() + count});
   } catch (const std::exception& problem) {

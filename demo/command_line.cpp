@@ -12,9 +12,9 @@ const wchar_t kDemoHelp[] =
   --no-feeder          a device without document feeder
   --no-flatbed         a device without platen
   --resolutions LIST   what the device offers (75,100,150,200,300,400,600)
-  --name NAME          the device's name in the dialog's title; registers a device while the program runs
+  --name kName          the device's name in the dialog's title; registers a device while the program runs
   --folder DIR         where the scan is written (the current folder)
-  --file NAME          its name without extension (Scan)
+  --file kName          its name without extension (Scan)
   --fault WHAT         something goes wrong; may be repeated:
       status:CODE@PERCENT      the device reports CODE, the transfer goes on
       stop:CODE@PERCENT        the device reports CODE, the transfer ends with it
@@ -134,10 +134,10 @@ std::variant<DemoOptions, std::wstring> ParseCommandLine(const std::vector<std::
     }
     ++i;
   }
-  if (!options.scanner.pageFile.empty() && !::PathFileExistsW(options.scanner.pageFile.c_str())) {
+  if (!options.scanner.pageFile.empty() && !PathFileExistsW(options.scanner.pageFile.c_str())) {
     return L"There is no page file " + options.scanner.pageFile;
   }
-  if (!::PathIsDirectoryW(options.folder.c_str())) {
+  if (!PathIsDirectoryW(options.folder.c_str())) {
     return L"There is no folder " + options.folder;
   }
   return options;

@@ -7,8 +7,8 @@ namespace {
 
 BOOL CALLBACK TakeFirst(HWND window, LPARAM found) {
   DWORD process = 0;
-  ::GetWindowThreadProcessId(window, &process);
-  if (process != ::GetCurrentProcessId() || !IsScanDialog(window)) {
+  GetWindowThreadProcessId(window, &process);
+  if (process != GetCurrentProcessId() || !IsScanDialog(window)) {
     return TRUE;
   }
   *reinterpret_cast<HWND*>(found) = window;
@@ -17,11 +17,11 @@ BOOL CALLBACK TakeFirst(HWND window, LPARAM found) {
 
 }  // namespace
 
-bool IsScanDialog(HWND window) { return ::IsWindowVisible(window) && ::GetDlgItem(window, IDC_STATUS_BAR) != nullptr; }
+bool IsScanDialog(HWND window) { return IsWindowVisible(window) && GetDlgItem(window, IDC_STATUS_BAR) != nullptr; }
 
 HWND FindScanDialog() {
   HWND found = nullptr;
-  ::EnumWindows(&TakeFirst, reinterpret_cast<LPARAM>(&found));
+  EnumWindows(&TakeFirst, reinterpret_cast<LPARAM>(&found));
   return found;
 }
 

@@ -10,12 +10,12 @@
 #include <exception>
 #include <optional>
 
+#include "demo/command_line.h"
+#include "demo/tour.h"
 #include "platform/scoped.h"
 #include "platform/wia2.h"
-#include "demo/command_line.h"
 #include "simulator/device_registration.h"
 #include "simulator/gdiplus_session.h"
-#include "demo/tour.h"
 
 namespace {
 
@@ -26,13 +26,13 @@ using simulator::SimulatedScanner;
 constexpr CLSID kExtensionClass = {0x7C3E51A2, 0x4B90, 0x4D6E, {0x9F, 0x21, 0x58, 0xA0, 0xC4, 0xD7, 0xE9, 0x13}};
 constexpr UINT kCloseAgainAfter = 250;
 
-using Library = platform::Unique<HMODULE, &::FreeLibrary>;
+using Library = platform::Unique<HMODULE, &FreeLibrary>;
 
 void Print(std::FILE* file, const std::wstring& line) {
   const int length = static_cast<int>(line.size());
   std::string text(line.size() * 3, '\0');
-  text.resize(static_cast<std::size_t>(::WideCharToMultiByte(CP_UTF8, 0, line.c_str(), length, text.data(),
-                                                             static_cast<int>(text.size()), nullptr, nullptr)));
+  text.resize(static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, line.c_str(), length, text.data(),
+                                                           static_cast<int>(text.size()), nullptr, nullptr)));
   std::fputs((text + "\n").c_str(), file);
   std::fflush(file);
 }
@@ -54,24 +54,24 @@ int Fail(const std::wstring& what, HRESULT result) {
 
 std::vector<std::wstring> Arguments() {
   int count = 0;
-  const platform::Unique<wchar_t**, &::LocalFree> list(::CommandLineToArgvW(::GetCommandLineW(), &count));
+  const platform::Unique<wchar_t**, &LocalFree> list(CommandLineToArgvW(GetCommandLineW(), &count));
   return list == nullptr ? std::vector<std::wstring>() : std::vector<std::wstring>(list.get() + 1, list.get() + count);
 }
 
 std::wstring FullPath(const std::wstring& path) {
   wchar_t full[MAX_PATH] = {};
-  const DWORD length = ::GetFullPathNameW(path.c_str(), MAX_PATH, full, nullptr);
+  const DWORD length = GetFullPathNameW(path.c_str(), MAX_PATH, full, nullptr);
   return length > 0 && length < MAX_PATH ? full : path;
 }
 
 // A library named without a folder is the one beside this program, never one in the current folder.
 std::wstring LibraryPath(const std::wstring& given) {
-  if (::PathFindFileNameW(given.c_str()) != given.c_str()) {
+  if (PathFindFileNameW(given.c_str()) != given.c_str()) {
     return FullPath(given);
   }
   wchar_t path[MAX_PATH] = {};
-  ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-  ::PathRemoveFileSpecW(path);
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  PathRemoveFileSpecW(path);
   return std::wstring(path) + L"\\" + given;
 }
 
@@ -79,25 +79,25 @@ std::wstring LibraryPath(const std::wstring& given) {
 BOOL CALLBACK CloseDialog(HWND window, LPARAM) {
   wchar_t name[16] = {};
   DWORD process = 0;
-  ::GetWindowThreadProcessId(window, &process);
-  ::GetClassNameW(window, name, 16);
-  if (process == ::GetCurrentProcessId() && std::wstring(name) == L"#32770" && ::IsWindowEnabled(window) &&
-      ::IsWindowVisible(window)) {
-    ::PostMessageW(window, WM_COMMAND, IDCANCEL, 0);
+  GetWindowThreadProcessId(window, &process);
+  GetClassNameW(window, name, 16);
+  if (process == GetCurrentProcessId() && std::wstring(name) == L"#32770" && IsWindowEnabled(window) &&
+      IsWindowVisible(window)) {
+    PostMessageW(window, WM_COMMAND, IDCANCEL, 0);
   }
   return TRUE;
 }
 
 void CALLBACK OnCloseTimer(HWND, UINT, UINT_PTR timer, DWORD) {
-  ::EnumWindows(&CloseDialog, 0);
-  ::SetTimer(nullptr, timer, kCloseAgainAfter, &OnCloseTimer);
+  EnumWindows(&CloseDialog, 0);
+  SetTimer(nullptr, timer, kCloseAgainAfter, &OnCloseTimer);
 }
 
 HRESULT CreateExtension(HMODULE library, ComPtr<IWiaUIExtension2>& extension) {
-  const auto getClassObject = reinterpret_cast<decltype(&::DllGetClassObject)>(
-      reinterpret_cast<void*>(::GetProcAddress(library, "DllGetClassObject")));
+  const auto getClassObject = reinterpret_cast<decltype(&DllGetClassObject)>(
+      reinterpret_cast<void*>(GetProcAddress(library, "DllGetClassObject")));
   if (getClassObject == nullptr) {
-    return HRESULT_FROM_WIN32(::GetLastError());
+    return HRESULT_FROM_WIN32(GetLastError());
   }
   ComPtr<IClassFactory> factory;
   const HRESULT result =
@@ -131,7 +131,7 @@ void PrintItem(IWiaItem2& item) {
   platform::ScopedPropVariant value;
   if (SUCCEEDED(item.QueryInterface(IID_IWiaPropertyStorage, reinterpret_cast<void**>(properties.GetAddressOf()))) &&
       properties->ReadMultiple(1, &name, value.put()) == S_OK && value.get().vt == VT_BSTR) {
-    Print(L"Item: " + std::wstring(value.get().bstrVal, ::SysStringLen(value.get().bstrVal)));
+    Print(L"Item: " + std::wstring(value.get().bstrVal, SysStringLen(value.get().bstrVal)));
   }
 }
 
@@ -141,10 +141,10 @@ PixelSize TakeOutputs(DEVICEDIALOGDATA2& data) {
   Print(L"Files: " + std::to_wstring(data.lNumFiles));
   for (LONG i = 0; data.pbstrFilePaths != nullptr && i < data.lNumFiles; ++i) {
     const platform::BasicString path(data.pbstrFilePaths[i]);
-    const PixelSize size = PrintFile(std::wstring(path.get(), ::SysStringLen(path.get())));
+    const PixelSize size = PrintFile(std::wstring(path.get(), SysStringLen(path.get())));
     first = i == 0 ? size : first;
   }
-  ::CoTaskMemFree(data.pbstrFilePaths);
+  CoTaskMemFree(data.pbstrFilePaths);
   if (data.pWiaItem != nullptr) {
     PrintItem(*data.pWiaItem);
     data.pWiaItem->Release();
@@ -168,8 +168,8 @@ bool IsFramedPart(const PixelSize& size, const simulator::Tour& tour) {
 
 HRESULT RunDialog(IWiaUIExtension2& extension, const SimulatedScanner& scanner, const DemoOptions& options) {
   const ComPtr<IWiaItem2> root = scanner.Root();
-  const platform::BasicString folder(::SysAllocString(FullPath(options.folder).c_str()));
-  const platform::BasicString file(::SysAllocString(options.file.c_str()));
+  const platform::BasicString folder(SysAllocString(FullPath(options.folder).c_str()));
+  const platform::BasicString file(SysAllocString(options.file.c_str()));
   DEVICEDIALOGDATA2 data = {};
   data.cbSize = sizeof(data);
   data.pIWiaItemRoot = root.Get();
@@ -180,10 +180,10 @@ HRESULT RunDialog(IWiaUIExtension2& extension, const SimulatedScanner& scanner, 
   if (!options.tour.empty()) {
     tour.emplace(FullPath(options.tour), [](const std::wstring& line) { Print(line); });
   }
-  const UINT_PTR timer = options.closeAfter == 0 ? 0 : ::SetTimer(nullptr, 0, options.closeAfter, &OnCloseTimer);
+  const UINT_PTR timer = options.closeAfter == 0 ? 0 : SetTimer(nullptr, 0, options.closeAfter, &OnCloseTimer);
   const HRESULT result = extension.DeviceDialog(&data);
   if (timer != 0) {
-    ::KillTimer(nullptr, timer);
+    KillTimer(nullptr, timer);
   }
   const bool toured = !tour || tour->Finish();
   Print(L"DeviceDialog: " + Hex(result) + (result == S_FALSE ? L" (closed by the user)" : L""));
@@ -199,8 +199,8 @@ bool NothingLeft(HMODULE library, const SimulatedScanner& scanner) {
   for (const simulator::LiveObject& object : scanner.LiveObjects()) {
     Print(stderr, L"Still referenced: " + std::wstring(object.kind.begin(), object.kind.end()));
   }
-  const auto canUnload = reinterpret_cast<decltype(&::DllCanUnloadNow)>(
-      reinterpret_cast<void*>(::GetProcAddress(library, "DllCanUnloadNow")));
+  const auto canUnload =
+      reinterpret_cast<decltype(&DllCanUnloadNow)>(reinterpret_cast<void*>(GetProcAddress(library, "DllCanUnloadNow")));
   const bool unloadable = canUnload != nullptr && canUnload() == S_OK;
   if (!unloadable) {
     Print(stderr, L"The library can't be unloaded");
@@ -209,9 +209,9 @@ bool NothingLeft(HMODULE library, const SimulatedScanner& scanner) {
 }
 
 int Run(const DemoOptions& options) {
-  const Library library(::LoadLibraryExW(LibraryPath(options.library).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  const Library library(LoadLibraryExW(LibraryPath(options.library).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
   if (library == nullptr) {
-    return Fail(LibraryPath(options.library), HRESULT_FROM_WIN32(::GetLastError()));
+    return Fail(LibraryPath(options.library), HRESULT_FROM_WIN32(GetLastError()));
   }
   std::optional<simulator::DeviceRegistration> device;
   if (!options.name.empty()) {
@@ -243,11 +243,11 @@ int RunCommandLine() {
     Print(simulator::kDemoHelp);
     return 0;
   }
-  if (const HRESULT result = ::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); FAILED(result)) {
+  if (const HRESULT result = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); FAILED(result)) {
     return Fail(L"CoInitializeEx", result);
   }
   const int code = Run(options);
-  ::CoUninitialize();
+  CoUninitialize();
   return code;
 }
 

@@ -4,10 +4,10 @@
 
 #include <cwchar>
 
+#include "demo/dialog_finder.h"
 #include "platform/gdiplus_owners.h"
 #include "platform/scoped.h"
 #include "resources/resource_ids.h"
-#include "demo/dialog_finder.h"
 #include "simulator/gdiplus_session.h"
 
 namespace simulator {
@@ -19,8 +19,8 @@ constexpr int kDragMoves = 12;
 
 void Input(const INPUT& input) {
   INPUT copy = input;
-  ::SendInput(1, &copy, sizeof(copy));
-  ::Sleep(kMoment);
+  SendInput(1, &copy, sizeof(copy));
+  Sleep(kMoment);
 }
 
 void MovePointer(POINT screen) {
@@ -29,8 +29,8 @@ void MovePointer(POINT screen) {
   const auto absolute = [](LONG position, int size) { return (position * 65536 + 32768) / size; };
   INPUT input = {};
   input.type = INPUT_MOUSE;
-  input.mi.dx = absolute(screen.x, ::GetSystemMetrics(SM_CXSCREEN));
-  input.mi.dy = absolute(screen.y, ::GetSystemMetrics(SM_CYSCREEN));
+  input.mi.dx = absolute(screen.x, GetSystemMetrics(SM_CXSCREEN));
+  input.mi.dy = absolute(screen.y, GetSystemMetrics(SM_CYSCREEN));
   input.mi.dwFlags = MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE;
   Input(input);
 }
@@ -98,7 +98,7 @@ void Tour::Run() {
                Step(L"framed", L"drew a selection frame", &Tour::DrawFrame) &&
                Step(L"scanned", L"Scan pressed, the dialog closed", &Tour::StartScan);
   if (!m_complete && m_dialog != nullptr) {
-    ::PostMessageW(m_dialog, WM_COMMAND, IDCANCEL, 0);
+    PostMessageW(m_dialog, WM_COMMAND, IDCANCEL, 0);
   }
 }
 
@@ -106,20 +106,20 @@ bool Tour::Step(const wchar_t* name, const wchar_t* what, bool (Tour::*action)()
   ++m_step;
   const bool happened = (this->*action)();
   m_report(std::to_wstring(m_step) + (happened ? L". " : L". FAILED, this did not happen: ") + what);
-  if (m_dialog != nullptr && ::IsWindowVisible(m_dialog)) {
-    ::Sleep(300);  // the dialog's thread paints when it has nothing else to do
+  if (m_dialog != nullptr && IsWindowVisible(m_dialog)) {
+    Sleep(300);  // the dialog's thread paints when it has nothing else to do
     TakePicture(name);
   }
   return happened;
 }
 
 bool Tour::Wait(const std::function<bool()>& condition) {
-  const ULONGLONG end = ::GetTickCount64() + kPatience;
+  const ULONGLONG end = GetTickCount64() + kPatience;
   while (!condition()) {
-    if (::GetTickCount64() > end) {
+    if (GetTickCount64() > end) {
       return false;
     }
-    ::Sleep(20);
+    Sleep(20);
   }
   return true;
 }
@@ -129,13 +129,13 @@ bool Tour::WaitForDialog() {
     m_dialog = FindScanDialog();
     return m_dialog != nullptr || m_done;
   });
-  ::Sleep(500);  // window managers give the focus with a delay
+  Sleep(500);  // window managers give the focus with a delay
   return shown && m_dialog != nullptr;
 }
 
 bool Tour::TakePreview() {
   Click(IDC_PREVIEW);
-  return Wait([this] { return ::IsWindowEnabled(Control(IDC_PREVIEW_PANE)) != FALSE; });
+  return Wait([this] { return IsWindowEnabled(Control(IDC_PREVIEW_PANE)) != FALSE; });
 }
 
 bool Tour::ZoomIn() {
@@ -149,10 +149,10 @@ bool Tour::ZoomIn() {
 
 bool Tour::PanPage() {
   const HWND bar = Control(IDC_VERTICAL_SCROLL);
-  const int before = ::GetScrollPos(bar, SB_CTL);
+  const int before = GetScrollPos(bar, SB_CTL);
   Click(IDC_TOOL_PAN);
   DragInPane(0.5, 0.7, 0.4, 0.4);
-  return Wait([&] { return ::GetScrollPos(bar, SB_CTL) > before; });
+  return Wait([&] { return GetScrollPos(bar, SB_CTL) > before; });
 }
 
 bool Tour::ZoomByKeyboard() {
@@ -167,7 +167,7 @@ bool Tour::TurnRight() {
   const auto extent = [this](int bar) {
     int minimum = 0;
     int maximum = 0;
-    ::GetScrollRange(Control(bar), SB_CTL, &minimum, &maximum);
+    GetScrollRange(Control(bar), SB_CTL, &minimum, &maximum);
     return maximum;
   };
   const int width = extent(IDC_HORIZONTAL_SCROLL);
@@ -181,7 +181,7 @@ bool Tour::DrawFrame() {
   DragInPane(0.08, 0.06, 0.8, 0.45);
   wchar_t size[128] = {};
   const bool shown = Wait([&] {
-    ::SendMessageW(Control(IDC_STATUS_BAR), SB_GETTEXTW, 2, reinterpret_cast<LPARAM>(size));
+    SendMessageW(Control(IDC_STATUS_BAR), SB_GETTEXTW, 2, reinterpret_cast<LPARAM>(size));
     return size[0] != L'\0';
   });
   const wchar_t* rest = size;
@@ -192,20 +192,20 @@ bool Tour::DrawFrame() {
 
 bool Tour::StartScan() {
   Click(IDC_SCAN);
-  return Wait([this] { return !::IsWindow(m_dialog) || m_done; });
+  return Wait([this] { return !IsWindow(m_dialog) || m_done; });
 }
 
-HWND Tour::Control(int id) const { return ::GetDlgItem(m_dialog, id); }
+HWND Tour::Control(int id) const { return GetDlgItem(m_dialog, id); }
 
 void Tour::Click(int control) const {
   RECT area = {};
-  ::GetWindowRect(Control(control), &area);
+  GetWindowRect(Control(control), &area);
   ClickAt({(area.left + area.right) / 2, (area.top + area.bottom) / 2});
 }
 
 POINT Tour::PanePoint(double x, double y) const {
   RECT pane = {};
-  ::GetWindowRect(Control(IDC_PREVIEW_PANE), &pane);
+  GetWindowRect(Control(IDC_PREVIEW_PANE), &pane);
   return {pane.left + static_cast<LONG>((pane.right - pane.left) * x),
           pane.top + static_cast<LONG>((pane.bottom - pane.top) * y)};
 }
@@ -222,21 +222,21 @@ void Tour::DragInPane(double fromX, double fromY, double toX, double toY) const 
 
 int Tour::ZoomPercent() const {
   const HWND list = Control(IDC_ZOOM_LIST);
-  const LRESULT selected = ::SendMessageW(list, CB_GETCURSEL, 0, 0);
-  return static_cast<int>(::SendMessageW(list, CB_GETITEMDATA, static_cast<WPARAM>(selected), 0));
+  const LRESULT selected = SendMessageW(list, CB_GETCURSEL, 0, 0);
+  return static_cast<int>(SendMessageW(list, CB_GETITEMDATA, static_cast<WPARAM>(selected), 0));
 }
 
 void Tour::TakePicture(const wchar_t* name) {
   RECT frame = {};
-  ::GetWindowRect(m_dialog, &frame);
+  GetWindowRect(m_dialog, &frame);
   const int width = frame.right - frame.left;
   const int height = frame.bottom - frame.top;
-  const platform::WindowDC screen(::GetDesktopWindow());
-  const platform::Unique<HDC, &::DeleteDC> memory(::CreateCompatibleDC(screen.get()));
-  const platform::GdiObject bitmap(::CreateCompatibleBitmap(screen.get(), width, height));
+  const platform::WindowDC screen(GetDesktopWindow());
+  const platform::Unique<HDC, &DeleteDC> memory(CreateCompatibleDC(screen.get()));
+  const platform::GdiObject bitmap(CreateCompatibleBitmap(screen.get(), width, height));
   {
     const platform::SelectedObject selected(memory.get(), bitmap.get());
-    ::BitBlt(memory.get(), 0, 0, width, height, screen.get(), frame.left, frame.top, SRCCOPY);
+    BitBlt(memory.get(), 0, 0, width, height, screen.get(), frame.left, frame.top, SRCCOPY);
   }
   const std::wstring path = m_folder + L"\\" + std::to_wstring(m_step) + L"-" + name + L".png";
   if (!SavePng(static_cast<HBITMAP>(bitmap.get()), path)) {

@@ -16,10 +16,10 @@ using platform::ComPtr;
 // The client's thread may be in either apartment, or a thread of ours in none.
 class Apartment {
  public:
-  Apartment() noexcept : m_result(::CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
+  Apartment() noexcept : m_result(CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
   ~Apartment() {
     if (SUCCEEDED(m_result)) {
-      ::CoUninitialize();
+      CoUninitialize();
     }
   }
   Apartment(const Apartment&) = delete;
@@ -51,8 +51,8 @@ HRESULT WriteFrame(IWICBitmapEncoder& encoder, Pixels& pixels, double dpiX, doub
 
 HRESULT Encode(IStream& stream, Pixels& pixels, double dpiX, double dpiY) {
   ComPtr<IWICImagingFactory> factory;
-  HRESULT result = ::CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_IWICImagingFactory,
-                                      reinterpret_cast<void**>(factory.GetAddressOf()));
+  HRESULT result = CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_IWICImagingFactory,
+                                    reinterpret_cast<void**>(factory.GetAddressOf()));
   if (FAILED(result)) {
     return result;
   }
@@ -71,7 +71,7 @@ std::vector<BYTE> EncodeJpeg(Pixels& pixels, double dpiX, double dpiY) {
   const Apartment apartment;
   ComPtr<IStream> stream;
   STATSTG state = {};
-  if (FAILED(::CreateStreamOnHGlobal(nullptr, TRUE, &stream)) || FAILED(Encode(*stream.Get(), pixels, dpiX, dpiY)) ||
+  if (FAILED(CreateStreamOnHGlobal(nullptr, TRUE, &stream)) || FAILED(Encode(*stream.Get(), pixels, dpiX, dpiY)) ||
       FAILED(stream->Stat(&state, STATFLAG_NONAME)) || FAILED(stream->Seek({}, STREAM_SEEK_SET, nullptr))) {
     return {};
   }

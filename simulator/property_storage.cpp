@@ -11,7 +11,7 @@ namespace {
 // A task-memory copy, as PROPVARIANTs own them.
 template <class Element>
 Element* CopyToTaskMemory(const Element* elements, std::size_t count) {
-  auto* copy = static_cast<Element*>(::CoTaskMemAlloc(count * sizeof(Element)));
+  auto* copy = static_cast<Element*>(CoTaskMemAlloc(count * sizeof(Element)));
   if (copy == nullptr) {
     throw std::bad_alloc();
   }
@@ -20,7 +20,7 @@ Element* CopyToTaskMemory(const Element* elements, std::size_t count) {
 }
 
 void PutText(const std::wstring& text, PROPVARIANT& out) {
-  out.bstrVal = ::SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+  out.bstrVal = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
   if (out.bstrVal == nullptr) {
     throw std::bad_alloc();
   }
@@ -69,7 +69,7 @@ WrittenProperty ReadEntry(const PROPSPEC& specification, const PROPVARIANT& valu
   } else if (value.vt == VT_CLSID && value.puuid != nullptr) {
     entry.value = *value.puuid;
   } else if (value.vt == VT_BSTR) {
-    entry.value = std::wstring(value.bstrVal, ::SysStringLen(value.bstrVal));
+    entry.value = std::wstring(value.bstrVal, SysStringLen(value.bstrVal));
   }
   return entry;
 }
@@ -78,7 +78,7 @@ WrittenProperty ReadEntry(const PROPSPEC& specification, const PROPVARIANT& valu
 
 HRESULT PropertyStorage::ReadMultiple(ULONG count, const PROPSPEC specifications[], PROPVARIANT values[]) {
   for (ULONG i = 0; values != nullptr && i < count; ++i) {
-    ::PropVariantInit(&values[i]);
+    PropVariantInit(&values[i]);
   }
   return Answer(m_device, "IWiaPropertyStorage::ReadMultiple", [&](const auto& fault) -> HRESULT {
     if (count == 0 || specifications == nullptr || values == nullptr) {
@@ -128,7 +128,7 @@ HRESULT PropertyStorage::GetPropertyAttributes(ULONG count, PROPSPEC specificati
                                                PROPVARIANT values[]) {
   for (ULONG i = 0; flags != nullptr && values != nullptr && i < count; ++i) {
     flags[i] = 0;
-    ::PropVariantInit(&values[i]);
+    PropVariantInit(&values[i]);
   }
   return Answer(m_device, "IWiaPropertyStorage::GetPropertyAttributes", [&](const auto& fault) -> HRESULT {
     if (count == 0 || specifications == nullptr || flags == nullptr || values == nullptr) {

@@ -146,9 +146,8 @@ class Run {
   // The names are the item's on every page: drivers repeat them.
   HRESULT NextStream(ComPtr<IStream>& stream) {
     const std::wstring item = WideItemName(m_kind);
-    const platform::BasicString name(m_plan.nullNames ? nullptr : ::SysAllocString(item.c_str()));
-    const platform::BasicString fullName(m_plan.nullNames ? nullptr
-                                                          : ::SysAllocString((L"0000\\Root\\" + item).c_str()));
+    const platform::BasicString name(m_plan.nullNames ? nullptr : SysAllocString(item.c_str()));
+    const platform::BasicString fullName(m_plan.nullNames ? nullptr : SysAllocString((L"0000\\Root\\" + item).c_str()));
     const HRESULT result = m_callback->GetNextStream(0, name.get(), fullName.get(), &stream);
     return SUCCEEDED(result) && stream == nullptr ? E_POINTER : result;
   }
@@ -208,7 +207,7 @@ class Run {
       return S_FALSE;
     }
     for (; m_pauses < m_plan.pauses.size() && m_plan.pauses[m_pauses].percent <= percent; ++m_pauses) {
-      ::Sleep(m_plan.pauses[m_pauses].milliseconds);
+      Sleep(m_plan.pauses[m_pauses].milliseconds);
     }
     while (m_statuses < m_plan.statuses.size() && m_plan.statuses[m_statuses].percent <= percent) {
       const StatusFault& fault = m_plan.statuses[m_statuses++];
@@ -241,25 +240,25 @@ class Run {
 // A client that shows a message box from another thread needs its window's thread to answer messages meanwhile, and
 // that is the thread that waits here. COM's own wait in a single-threaded apartment does the same.
 HRESULT ExecuteOnAnotherThread(Run& run) {
-  const platform::Unique<HANDLE, &::CloseHandle> finished(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const platform::Unique<HANDLE, &CloseHandle> finished(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   if (finished == nullptr) {
     return E_OUTOFMEMORY;
   }
   HRESULT result = E_UNEXPECTED;
   std::thread worker([&] {
-    const HRESULT apartment = ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    const HRESULT apartment = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     result = run.Execute();
     if (SUCCEEDED(apartment)) {
-      ::CoUninitialize();
+      CoUninitialize();
     }
-    ::SetEvent(finished.get());
+    SetEvent(finished.get());
   });
   const HANDLE done = finished.get();
-  while (::MsgWaitForMultipleObjects(1, &done, FALSE, INFINITE, QS_ALLINPUT) == WAIT_OBJECT_0 + 1) {
+  while (MsgWaitForMultipleObjects(1, &done, FALSE, INFINITE, QS_ALLINPUT) == WAIT_OBJECT_0 + 1) {
     MSG message = {};
-    while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-      ::TranslateMessage(&message);
-      ::DispatchMessageW(&message);
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+      TranslateMessage(&message);
+      DispatchMessageW(&message);
     }
   }
   worker.join();

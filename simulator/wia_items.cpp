@@ -93,7 +93,7 @@ HRESULT WiaItem::FindItemByName(LONG, BSTR fullName, IWiaItem2** item) {
     if (item == nullptr) {
       return E_POINTER;
     }
-    const std::wstring wanted(fullName, ::SysStringLen(fullName));
+    const std::wstring wanted(fullName, SysStringLen(fullName));
     for (const ItemKind kind : {ItemKind::root, ItemKind::flatbed, ItemKind::feeder}) {
       const auto name = SharedDevice()->Properties(kind).Find(WIA_IPA_FULL_ITEM_NAME);
       if (name && SharedDevice()->Has(kind) && std::get<std::wstring>(name->value) == wanted) {

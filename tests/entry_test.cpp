@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "entry/class_factory.h"
-#include "platform/module_state.h"
 #include "entry/wia_ui_extension.h"
+#include "platform/module_state.h"
 #include "tests/support/dialog_harness.h"
 
 namespace {
@@ -100,11 +100,11 @@ class EntryDialog : public testing::Test {
 };
 
 TEST_F(EntryDialog, ResultsOfTwoDialogsInARow) {
-  constexpr HRESULT TOO_LONG = static_cast<HRESULT>(0x8007007A);
+  constexpr HRESULT kTooLong = static_cast<HRESULT>(0x8007007A);
   EXPECT_EQ(extension->DeviceDialog(nullptr), E_INVALIDARG);
   EXPECT_EQ(Run(IDCANCEL), S_FALSE);
   EXPECT_EQ(Run(IDC_SCAN), S_OK);
-  for (const auto& [length, result] : {std::pair{259U, S_OK}, std::pair{260U, TOO_LONG}}) {
+  for (const auto& [length, result] : {std::pair{259U, S_OK}, std::pair{260U, kTooLong}}) {
     const platform::BasicString name(SysAllocString(std::wstring(length, L'n').c_str()));
     request.bstrFilename = name.get();
     EXPECT_EQ(Run(IDC_SCAN), result) << length;

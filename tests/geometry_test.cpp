@@ -20,7 +20,7 @@ using namespace preview;
 // A pane from 400 to 640 over a letter page of 1700 pixels at 200 dpi.
 AxisView Page(double zoom, std::int32_t scroll = 0) { return {400, 640, scroll, 1700, 200, zoom}; }
 
-constexpr int ZOOM_TABLE[] = {50, 75, 100, 150, 200, 300, 400};
+constexpr int kZoomTable[] = {50, 75, 100, 150, 200, 300, 400};
 
 TEST(GeometryConversions, PointerImageMillimetreAndBack) {
   EXPECT_EQ(ImagePixelAt(Page(0.12, 100), 412), 200);
@@ -39,8 +39,8 @@ TEST(GeometryConversions, PointerImageMillimetreAndBack) {
 }
 
 TEST(GeometryConversions, NothingOverflowsOrDividesByZero) {
-  EXPECT_EQ(Truncate(std::numeric_limits<double>::infinity()), COORDINATE_LIMIT);
-  EXPECT_EQ(Truncate(-1e300), -COORDINATE_LIMIT);
+  EXPECT_EQ(Truncate(std::numeric_limits<double>::infinity()), kCoordinateLimit);
+  EXPECT_EQ(Truncate(-1e300), -kCoordinateLimit);
   EXPECT_EQ(Truncate(std::numeric_limits<double>::quiet_NaN()), 0);
   EXPECT_EQ(Truncate(-1.9), -1);
   EXPECT_EQ(TruncateUnsigned(-5.0), 0U);
@@ -50,15 +50,15 @@ TEST(GeometryConversions, NothingOverflowsOrDividesByZero) {
   for (const double zoom : {0.0, 1e-300, 0.12, 1e300}) {
     for (const std::uint32_t size : {0U, 1U, 65500U, huge}) {
       for (const std::uint32_t dpi : {0U, 1U, 600U, huge}) {
-        const AxisView view = {400, 640, COORDINATE_LIMIT, size, dpi, zoom};
-        EXPECT_LE(ClampScroll(view), COORDINATE_LIMIT);
-        EXPECT_LE(CentredScroll(huge, view), COORDINATE_LIMIT);
-        EXPECT_GE(SettleScroll(view, -COORDINATE_LIMIT), -COORDINATE_LIMIT);
+        const AxisView view = {400, 640, kCoordinateLimit, size, dpi, zoom};
+        EXPECT_LE(ClampScroll(view), kCoordinateLimit);
+        EXPECT_LE(CentredScroll(huge, view), kCoordinateLimit);
+        EXPECT_GE(SettleScroll(view, -kCoordinateLimit), -kCoordinateLimit);
         EXPECT_LE(VisibleImageLimit(view), 640);
         EXPECT_LE(CoveredPanePixels(view), 240);
-        EXPECT_LE(ClientAt(view, -COORDINATE_LIMIT), COORDINATE_LIMIT);
-        EXPECT_LE(MovingCornerMillimetres(view, 65535, 0), COORDINATE_LIMIT);
-        EXPECT_LE(PercentOfScale(zoom), COORDINATE_LIMIT);
+        EXPECT_LE(ClientAt(view, -kCoordinateLimit), kCoordinateLimit);
+        EXPECT_LE(MovingCornerMillimetres(view, 65535, 0), kCoordinateLimit);
+        EXPECT_LE(PercentOfScale(zoom), kCoordinateLimit);
       }
     }
   }
@@ -97,13 +97,13 @@ TEST(GeometryScrolling, EveryScrollRequest) {
 }
 
 TEST(GeometryZoom, StepsAndPercentages) {
-  for (std::size_t i = 0; i < std::size(ZOOM_TABLE); ++i) {
-    EXPECT_EQ(PercentOfScale(ScaleOfPercent(ZOOM_TABLE[i])), ZOOM_TABLE[i]);
-    EXPECT_EQ(NextPercent(ZOOM_TABLE, ZOOM_TABLE[i], ZoomDirection::In, -1), ZOOM_TABLE[i < 6 ? i + 1 : 6]);
-    EXPECT_EQ(NextPercent(ZOOM_TABLE, ZOOM_TABLE[i], ZoomDirection::Out, -1), ZOOM_TABLE[i > 0 ? i - 1 : 0]);
+  for (std::size_t i = 0; i < std::size(kZoomTable); ++i) {
+    EXPECT_EQ(PercentOfScale(ScaleOfPercent(kZoomTable[i])), kZoomTable[i]);
+    EXPECT_EQ(NextPercent(kZoomTable, kZoomTable[i], ZoomDirection::In, -1), kZoomTable[i < 6 ? i + 1 : 6]);
+    EXPECT_EQ(NextPercent(kZoomTable, kZoomTable[i], ZoomDirection::Out, -1), kZoomTable[i > 0 ? i - 1 : 0]);
   }
-  EXPECT_EQ(NextPercent(ZOOM_TABLE, 120, ZoomDirection::In, 75), 75);
-  EXPECT_EQ(ScaleOfPercent(100), SCALE_AT_100_PERCENT);
+  EXPECT_EQ(NextPercent(kZoomTable, 120, ZoomDirection::In, 75), 75);
+  EXPECT_EQ(ScaleOfPercent(100), kScaleAt100Percent);
 }
 
 TEST(GeometryFrame, TurnsWithItsPage) {

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "core/settings_catalogue.h"
 #include "core/scan_properties.h"
+#include "core/settings_catalogue.h"
 #include "simulator/device_registration.h"
 #include "simulator/simulated_scanner.h"
 #include "tests/support/dialog_harness.h"

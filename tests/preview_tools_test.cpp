@@ -249,7 +249,7 @@ TEST_F(PreviewTools, ZoomClicksCentreAndPanFollows) {
       EXPECT_DOUBLE_EQ(d.m_dZoom, Scale(c.percent));
       EXPECT_EQ(d.Send(IDC_ZOOM_LIST, CB_GETITEMDATA, static_cast<WPARAM>(d.Send(IDC_ZOOM_LIST, CB_GETCURSEL))),
                 c.percent);
-      const int clicked = static_cast<int>(120 / Scale(ZOOM_PERCENT[c.listIndex]));
+      const int clicked = static_cast<int>(120 / Scale(kZoomPercent[c.listIndex]));
       const int centred = static_cast<int>(clicked - d.m_rcPane.height() / (2 * d.m_dZoom));
       EXPECT_EQ(d.m_nScrollY, 2200 * d.m_dZoom < d.m_rcPane.height() ? 0 : std::max(centred, 0)) << c.percent;
       EXPECT_EQ(d.m_siVert.nPos, d.m_nScrollY);

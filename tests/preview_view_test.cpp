@@ -30,7 +30,7 @@ void ExpectPage(const TestDialog& d, double zoom) {
 TEST_F(PreviewView, EveryZoomStepAtSeveralOffsets) {
   WithPage(1700, 2200, 200, [](TestDialog& d) {
     for (int i = 0; i < 7; ++i) {
-      const double zoom = Scale(ZOOM_PERCENT[i]);
+      const double zoom = Scale(kZoomPercent[i]);
       d.Send(IDC_ZOOM_LIST, CB_SETCURSEL, static_cast<WPARAM>(i));
       d.Command(IDC_ZOOM_LIST, CBN_SELCHANGE);
       EXPECT_EQ(d.m_dZoom, zoom);

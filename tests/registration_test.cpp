@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr wchar_t HANDLER[] =
+constexpr wchar_t kHandler[] =
     L"CLSID\\{9010E5D3-AA46-4339-8055-770823255443}\\shellex\\WiaDialogExtensionHandlers\\"
     L"{7C3E51A2-4B90-4D6E-9F21-58A0C4D7E913}";
 
@@ -22,7 +22,7 @@ TEST(Registration, ComFindsTheLibraryAndItsDialogOpens) {
   const std::wstring installed = std::wstring(folder) + L"\\WiaScanDialog.dll";
   ASSERT_TRUE(CopyFileW(original, installed.c_str(), FALSE));
   Import(L"register.reg");
-  EXPECT_EQ(RegQueryValueW(HKEY_CLASSES_ROOT, HANDLER, nullptr, nullptr), ERROR_SUCCESS);
+  EXPECT_EQ(RegQueryValueW(HKEY_CLASSES_ROOT, kHandler, nullptr, nullptr), ERROR_SUCCESS);
   platform::ComPtr<IWiaUIExtension2> extension;
   ASSERT_EQ(CoCreateInstance(CLSID_WiaScanDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IWiaUIExtension2, &extension),
             S_OK);
@@ -33,7 +33,7 @@ TEST(Registration, ComFindsTheLibraryAndItsDialogOpens) {
   CoFreeUnusedLibrariesEx(0, 0);
   EXPECT_TRUE(DeleteFileW(installed.c_str())) << "still loaded";
   Import(L"unregister.reg");
-  EXPECT_EQ(RegQueryValueW(HKEY_CLASSES_ROOT, HANDLER, nullptr, nullptr), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(RegQueryValueW(HKEY_CLASSES_ROOT, kHandler, nullptr, nullptr), ERROR_FILE_NOT_FOUND);
 }
 
 }  // namespace

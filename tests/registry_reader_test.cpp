@@ -9,12 +9,12 @@ class RegistryReader : public testing::Test {
  protected:
   void SetUp() override {
     HKEY made = nullptr;
-    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, NAME, 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &made,
+    ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kName, 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &made,
                               nullptr),
               ERROR_SUCCESS);
     key.reset(made);
   }
-  void TearDown() override { RegDeleteKeyW(HKEY_CURRENT_USER, NAME); }
+  void TearDown() override { RegDeleteKeyW(HKEY_CURRENT_USER, kName); }
 
   // Stores the text with `bytes` bytes and reads it back.
   std::pair<DWORD, std::wstring> RoundTrip(const std::wstring& text, std::size_t bytes, DWORD type = REG_SZ) {
@@ -25,7 +25,7 @@ class RegistryReader : public testing::Test {
     EXPECT_EQ(value[MAX_PATH], L'#') << "written past the buffer";
     return {read, value};
   }
-  static constexpr wchar_t NAME[] = L"WiaScanDialogRegistryTest";
+  static constexpr wchar_t kName[] = L"WiaScanDialogRegistryTest";
   platform::RegistryKey key;
 };
 

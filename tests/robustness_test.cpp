@@ -6,18 +6,18 @@
 #include <cstring>
 #include <random>
 
-#include "entry/class_factory.h"
-#include "platform/module_state.h"
 #include "core/readout_format.h"
 #include "core/settings_catalogue.h"
+#include "entry/class_factory.h"
+#include "platform/module_state.h"
 #include "scanning/jpeg_file.h"
-#include "tests/support/damaged_jpeg.h"
-#include "tests/support/platform_faults.h"
-#include "tests/support/scan_host.h"
 #include "simulator/simulated_scanner.h"
-#include "tests/support/simulated_user.h"
+#include "tests/support/damaged_jpeg.h"
 #include "tests/support/dialog_harness.h"
+#include "tests/support/platform_faults.h"
 #include "tests/support/robustness.h"
+#include "tests/support/scan_host.h"
+#include "tests/support/simulated_user.h"
 
 namespace {
 
@@ -121,13 +121,13 @@ TEST_F(Robustness, DeviceCallsFail) {
   ASSERT_GT(calls.size(), 20U);
   EXPECT_EQ(scanner->Transfers().size(), 2U) << "preview and scan";
   // Among them: busy, offline, jam, cover open, item deleted, server disconnected.
-  constexpr DWORD CODES[] = {0x80004005, 0x8007000E, 0x80210006, 0x80210005, 0x80210002,
-                             0x80210016, 0x80210009, 0x800706BA, S_FALSE};
+  constexpr DWORD kCodes[] = {0x80004005, 0x8007000E, 0x80210006, 0x80210005, 0x80210002,
+                              0x80210016, 0x80210009, 0x800706BA, S_FALSE};
   std::size_t turn = 0;
   for (std::size_t call = 1; call <= calls.size(); ++call) {
     for (const bool fromThenOn : {false, true}) {
       std::vector<CallFault> faults;
-      for (const DWORD code : CODES)
+      for (const DWORD code : kCodes)
         faults.push_back({call, CallFault::Kind::result, static_cast<HRESULT>(code), fromThenOn});
       for (const char* data : {"ReadMultiple", "GetPropertyAttributes", "Next"}) {
         if (calls[call - 1].find(data) == std::string::npos) continue;
@@ -280,7 +280,7 @@ std::string Broken(const harness::TestDialog& d) {
   if (!d.m_bRepaintPreview) return wrong;
   if (!d.m_bSelecting) {
     if (frame.right < frame.left || frame.bottom < frame.top) wrong += "frame not in order; ";
-    if (frame.hasArea() && std::min(frame.width(), frame.height()) < preview::MINIMUM_SIDE_MM - 1)
+    if (frame.hasArea() && std::min(frame.width(), frame.height()) < preview::kMinimumSideMm - 1)
       wrong += "frame too small; ";
     const bool inches = d.m_bInch != 0;
     const auto unit = inches ? preview::LengthUnit::Inches : preview::LengthUnit::Millimetres;

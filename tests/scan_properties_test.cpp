@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "core/settings_catalogue.h"
 #include "core/scan_properties.h"
+#include "core/settings_catalogue.h"
 
 namespace {
 
@@ -110,7 +110,7 @@ TEST(ScanProperties, ResolutionFollowsTheEntrysText) {
   EXPECT_EQ(settings::ResolutionOfText(L"600"), 0);
   const auto offered = [](bool has400, bool has600) {
     std::vector<int> values;
-    for (const auto& entry : settings::RESOLUTION.entries) {
+    for (const auto& entry : settings::kResolution.entries) {
       if (settings::IsResolutionOffered(entry, has400, has600)) {
         values.push_back(entry.value);
       }

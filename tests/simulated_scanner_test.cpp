@@ -124,7 +124,7 @@ TEST(SimulatedScanner, MisbehavesAsPlanned) {
   ASSERT_EQ(scanner.Calls().size(), 4u);
   EXPECT_EQ(scanner.Calls()[1], "IWiaTransfer::Download");
   EXPECT_TRUE(receiver.pages.size() == 3 && receiver.nullRecords == 1 && receiver.status == HRESULT(0x800403EA));
-  EXPECT_NE(receiver.thread, ::GetCurrentThreadId());
+  EXPECT_NE(receiver.thread, GetCurrentThreadId());
   ParseFault(L"stop:0x800403EB@60", plan);
   scanner.SetFaults(plan);
   EXPECT_EQ(Download(*item.Get(), receiver), HRESULT(0x800403EB));

@@ -11,25 +11,25 @@
 namespace {
 
 using Numbers = std::set<int>;
-constexpr int ENGLISH = 0x0409;
+constexpr int kEnglish = 0x0409;
 
 // The languages, by what their tables leave out: messages of the device, tones, or other words that no control shows.
-const Numbers NO_MESSAGES = {10, 17, 18, 21, 27, 30, 34, 36, 38, 39, 1044, 1046, 1048, 1049, 1053, 1055, 2070, 9242};
-const Numbers NO_TONES = {1, 2};
-const Numbers NO_WORDS = {5, 11, 13, 14, 16, 26, 37, 1028, 1030, 1031, 1032, 1036, 1043, 2052, 3076};
+const Numbers kNoMessages = {10, 17, 18, 21, 27, 30, 34, 36, 38, 39, 1044, 1046, 1048, 1049, 1053, 1055, 2070, 9242};
+const Numbers kNoTones = {1, 2};
+const Numbers kNoWords = {5, 11, 13, 14, 16, 26, 37, 1028, 1030, 1031, 1032, 1036, 1043, 2052, 3076};
 // clang-format off
-const std::map<int, Numbers> GAPS = {
-    {2004, NO_MESSAGES}, {2005, NO_MESSAGES}, {2033, NO_TONES}, {2034, NO_TONES}, {2035, NO_TONES}, {2036, NO_WORDS},
-    {2037, NO_WORDS}, {2038, NO_WORDS}, {2053, {5}}, {2057, NO_WORDS}, {2058, NO_WORDS}};
+const std::map<int, Numbers> kGaps = {
+    {2004, kNoMessages}, {2005, kNoMessages}, {2033, kNoTones}, {2034, kNoTones}, {2035, kNoTones}, {2036, kNoWords},
+    {2037, kNoWords}, {2038, kNoWords}, {2053, {5}}, {2057, kNoWords}, {2058, kNoWords}};
 // Where a language rightly has the English word, besides "OCR" and the percentages.
-const std::map<int, Numbers> SAME_AS_ENGLISH = {
+const std::map<int, Numbers> kSameAsEnglish = {
     {IDS_AUTO, {10, 16, 1030, 1031, 1036, 1043, 1044, 1046, 1048, 1053, 2070}}, {IDS_CONTRAST, {1048}},
     {IDS_NORMAL, {10, 1030, 1031, 1036, 1044, 1046, 1048, 1053, 1055, 2070}}, {IDS_PIXELS, {1036, 1043, 1046}},
     {IDS_ZOOM, {10, 16, 1030, 1031, 1036, 1044, 1046, 1048, 2070}}, {IDS_POSITION, {1031, 1036, 1053}},
     {IDS_QUALITY_TEXT, {5, 27, 1031, 1048, 1053}}, {IDS_QUALITY_PHOTO, {1036}}, {IDS_SCAN, {1030}},
     {IDS_PAGE, {1036}}, {IDS_PAGES, {1036}}};
 // Icon -> sizes of its images.
-const std::map<int, std::string> ICONS = {
+const std::map<int, std::string> kIcons = {
     {2005, "32 16 "}, {120, "32 "}, {121, "32 16 "}, {122, "32 16 20 "}, {123, "32 16 20 "}, {124, "32 16 20 "},
     {125, "32 16 48 20 "}, {201, "32 16 20 "}, {202, "32 16 "}, {151, "32 16 "}, {152, "32 16 "}};
 // clang-format on
@@ -39,8 +39,8 @@ bool Has(const std::map<int, Numbers>& map, int id, int language) {
 }
 
 Numbers Languages() {
-  Numbers all = {ENGLISH};
-  for (const Numbers& some : {NO_MESSAGES, NO_TONES, NO_WORDS}) all.insert(some.begin(), some.end());
+  Numbers all = {kEnglish};
+  for (const Numbers& some : {kNoMessages, kNoTones, kNoWords}) all.insert(some.begin(), some.end());
   return all;
 }
 
@@ -51,7 +51,7 @@ std::wstring Text(int id, int language) {
 }
 
 const WORD* Picture(LPCWSTR type, int id) {
-  const HRSRC found = FindResourceExW(harness::Library(), type, MAKEINTRESOURCEW(id), ENGLISH);
+  const HRSRC found = FindResourceExW(harness::Library(), type, MAKEINTRESOURCEW(id), kEnglish);
   return found == nullptr ? nullptr : static_cast<const WORD*>(LockResource(LoadResource(harness::Library(), found)));
 }
 
@@ -97,20 +97,20 @@ TEST(StringTables, EveryLanguageHasItsTexts) {
   }
   int identifiers = 0;
   for (int id = 2000; id < 2096; ++id) {
-    const std::wstring english = Text(id, ENGLISH);
+    const std::wstring english = Text(id, kEnglish);
     identifiers += english.empty() ? 0 : 1;
     for (const int language : Languages()) {
       const std::wstring text = Text(id, language);
-      EXPECT_EQ(text.empty(), english.empty() || Has(GAPS, id, language)) << language << ": " << id;
+      EXPECT_EQ(text.empty(), english.empty() || Has(kGaps, id, language)) << language << ": " << id;
       if (text.empty()) continue;
       EXPECT_FALSE(iswspace(text.front()) || iswspace(text.back())) << language << ": " << id;
-      if (language == ENGLISH) continue;
+      if (language == kEnglish) continue;
       const bool everywhere = id == IDS_QUALITY_OCR || (id >= IDS_ZOOM_50 && id <= IDS_ZOOM_400);
-      EXPECT_EQ(text == english, everywhere || Has(SAME_AS_ENGLISH, id, language)) << language << ": " << id;
+      EXPECT_EQ(text == english, everywhere || Has(kSameAsEnglish, id, language)) << language << ": " << id;
     }
   }
   EXPECT_EQ(identifiers, 83);
-  for (const auto& zoom : settings::ZOOM_TABLE)
+  for (const auto& zoom : settings::kZoomTable)
     EXPECT_EQ(Text(zoom.stringId, 1033), std::to_wstring(zoom.percent) + L"%");
 }
 
@@ -125,8 +125,8 @@ TEST(StringTables, EveryVisibleTextFitsItsControl) {
             << language << ": " << id;
         ++measured;
       };
-      for (const auto& label : settings::LABELS) expectFits(label.control, label.stringId);
-      for (const auto& step : settings::ZOOM_TABLE) expectFits(IDC_ZOOM_LIST, step.stringId);
+      for (const auto& label : settings::kLabels) expectFits(label.control, label.stringId);
+      for (const auto& step : settings::kZoomTable) expectFits(IDC_ZOOM_LIST, step.stringId);
       for (const auto* list : settings::ALL_LISTS) {
         for (const auto& entry : list->entries) expectFits(list->control, entry.stringId, entry.text);
       }
@@ -136,7 +136,7 @@ TEST(StringTables, EveryVisibleTextFitsItsControl) {
 }
 
 TEST(StringTablesPictures, ArePresentInTheirSizesWithHotSpots) {
-  for (const auto& [id, expected] : ICONS) {
+  for (const auto& [id, expected] : kIcons) {
     const WORD* group = Picture(RT_GROUP_ICON, id);
     ASSERT_NE(group, nullptr) << id;
     std::string sizes;

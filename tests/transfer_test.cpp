@@ -20,7 +20,7 @@ using simulator::SimulatedScanner;
 using simulator::TemporaryPreviews;
 using Names = std::set<std::wstring>;
 
-constexpr int PLATEN = 2;
+constexpr int kPlaten = 2;
 
 class Transfer : public testing::Test {
  protected:
@@ -89,7 +89,7 @@ TEST_F(Transfer, ScanWithoutPreviewIsTheDevicesFile) {
 }
 
 TEST_F(Transfer, FeedMethodPicksTheItem) {
-  for (const auto& [index, item] : {std::pair{0, L"Feeder"}, std::pair{1, L"Feeder"}, std::pair{PLATEN, L"Flatbed"}}) {
+  for (const auto& [index, item] : {std::pair{0, L"Feeder"}, std::pair{1, L"Feeder"}, std::pair{kPlaten, L"Flatbed"}}) {
     Run([index = index](harness::TestDialog& dialog) {
       dialog.Send(IDC_FEED_METHOD, CB_SETCURSEL, static_cast<WPARAM>(index));
       EXPECT_EQ(dialog.TransferImage(1), S_OK);

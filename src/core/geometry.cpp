@@ -9,16 +9,16 @@ namespace preview {
 
 namespace {
 
-constexpr std::int32_t LINE_STEP = 10;  // image pixels, whatever the scale
+constexpr std::int32_t kLineStep = 10;  // image pixels, whatever the scale
 
 std::int32_t Saturate(std::int64_t value) {
-  return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, -COORDINATE_LIMIT, COORDINATE_LIMIT));
+  return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, -kCoordinateLimit, kCoordinateLimit));
 }
 
 double PaneToImage(double panePixels, double zoom) { return zoom > 0.0 ? panePixels / zoom : 0.0; }
 
 double ImageToMillimetres(double imagePixels, std::uint32_t dpi) {
-  return dpi != 0 ? imagePixels * MM_PER_INCH / dpi : 0.0;
+  return dpi != 0 ? imagePixels * kMillimetresPerInch / dpi : 0.0;
 }
 
 bool MoveInto(std::int32_t& value, std::int32_t low, std::int32_t high) {
@@ -35,7 +35,7 @@ std::int32_t Truncate(double value) {
     return 0;
   }
   return static_cast<std::int32_t>(
-      std::clamp(value, -static_cast<double>(COORDINATE_LIMIT), static_cast<double>(COORDINATE_LIMIT)));
+      std::clamp(value, -static_cast<double>(kCoordinateLimit), static_cast<double>(kCoordinateLimit)));
 }
 
 std::uint32_t TruncateUnsigned(double value) { return static_cast<std::uint32_t>(std::max(Truncate(value), 0)); }
@@ -52,7 +52,7 @@ double ImageMillimetres(std::uint32_t imageSize, std::uint32_t dpi) { return Ima
 
 std::int32_t ClientAt(const AxisView& view, std::int32_t millimetres) {
   const std::uint32_t product = static_cast<std::uint32_t>(millimetres) * view.dpi;
-  return Truncate(view.paneStart + view.zoom * (product / MM_PER_INCH - view.scroll));
+  return Truncate(view.paneStart + view.zoom * (product / kMillimetresPerInch - view.scroll));
 }
 
 std::int32_t MovingCornerMillimetres(const AxisView& view, std::int32_t anchorClient, std::int32_t pointerClient) {
@@ -100,10 +100,10 @@ std::optional<std::int32_t> ScrolledPosition(int request, const ScrollBarState& 
   std::int64_t step = 0;
   switch (static_cast<ScrollRequest>(request)) {
     case ScrollRequest::LineBack:
-      step = -LINE_STEP;
+      step = -kLineStep;
       break;
     case ScrollRequest::LineForward:
-      step = LINE_STEP;
+      step = kLineStep;
       break;
     case ScrollRequest::PageBack:
       step = -std::int64_t{bar.page};
@@ -139,9 +139,9 @@ std::int32_t SettleScroll(const AxisView& view, std::int32_t position) {
   return std::max(position, 0);
 }
 
-int PercentOfScale(double zoom) { return Truncate(zoom / SCALE_AT_100_PERCENT * 100); }
+int PercentOfScale(double zoom) { return Truncate(zoom / kScaleAt100Percent * 100); }
 
-double ScaleOfPercent(int percent) { return percent / 100.0 * SCALE_AT_100_PERCENT; }
+double ScaleOfPercent(int percent) { return percent / 100.0 * kScaleAt100Percent; }
 
 int NextPercent(std::span<const int> table, int current, ZoomDirection direction, int fallback) {
   const auto found = std::find(table.begin(), table.end(), current);
@@ -194,23 +194,23 @@ std::int32_t Distance(std::int32_t a, std::int32_t b) { return Saturate(std::abs
 
 Side WithMinimumLength(const Side& millimetres, bool draggedBackwards, double imageMm) {
   Side side = millimetres;
-  if (Distance(side.start, side.end) >= MINIMUM_SIDE_MM) {
+  if (Distance(side.start, side.end) >= kMinimumSideMm) {
     return side;
   }
   if (draggedBackwards) {
-    side.end = side.start - MINIMUM_SIDE_MM;
-    return side.end < 0 ? Side{MINIMUM_SIDE_MM, 0} : side;
+    side.end = side.start - kMinimumSideMm;
+    return side.end < 0 ? Side{kMinimumSideMm, 0} : side;
   }
-  side.end = side.start + MINIMUM_SIDE_MM;
+  side.end = side.start + kMinimumSideMm;
   if (side.end > imageMm) {
     side.end = Truncate(imageMm + 0.5);
-    side.start = side.end - MINIMUM_SIDE_MM;
+    side.start = side.end - kMinimumSideMm;
   }
   return side;
 }
 
 bool IsOnResizeCorner(const Point& client, const Rect& frameClient) {
-  return Distance(client.x, frameClient.right) < CORNER_REACH && Distance(client.y, frameClient.bottom) < CORNER_REACH;
+  return Distance(client.x, frameClient.right) < kCornerReach && Distance(client.y, frameClient.bottom) < kCornerReach;
 }
 
 bool IsInside(const Point& client, const Rect& pane) {

@@ -12,7 +12,7 @@
 // from left to right, vertically from top to bottom.
 //
 // Every function takes any value. Nothing here divides by zero or converts out of range: a scale or a resolution of 0
-// (nothing loaded, a file without a usable resolution) gives 0, and results saturate at +-COORDINATE_LIMIT.
+// (nothing loaded, a file without a usable resolution) gives 0, and results saturate at +-kCoordinateLimit.
 #pragma once
 
 #include <cstdint>
@@ -40,18 +40,18 @@ struct Rect {
 };
 
 // Two coordinates of this size can be added or subtracted without overflow.
-inline constexpr std::int32_t COORDINATE_LIMIT = 1'000'000'000;
+inline constexpr std::int32_t kCoordinateLimit = 1'000'000'000;
 
-inline constexpr double MM_PER_INCH = 25.4;
+inline constexpr double kMillimetresPerInch = 25.4;
 
 // Pane pixels per image pixel at 100 %: an inch of a page previewed at 200 dpi covers 24 pane pixels.
-inline constexpr double SCALE_AT_100_PERCENT = 0.12;
+inline constexpr double kScaleAt100Percent = 0.12;
 
 // The shortest side of a selection frame.
-inline constexpr std::int32_t MINIMUM_SIDE_MM = 10;
+inline constexpr std::int32_t kMinimumSideMm = 10;
 
 // Half the side of the square around the frame's bottom-right corner that resizes it, exclusive.
-inline constexpr std::int32_t CORNER_REACH = 5;
+inline constexpr std::int32_t kCornerReach = 5;
 
 // One axis of the pane's view of the image.
 struct AxisView {

@@ -9,8 +9,8 @@ namespace preview {
 
 namespace {
 
-constexpr std::size_t MILLIMETRE_WIDTH = 3;
-constexpr std::size_t INCH_WIDTH = 5;
+constexpr std::size_t kMillimetreWidth = 3;
+constexpr std::size_t kInchWidth = 5;
 
 std::wstring PaddedLeft(const std::wstring& text, std::size_t width) {
   return text.size() < width ? std::wstring(width - text.size(), L' ') + text : text;
@@ -20,7 +20,7 @@ std::wstring PaddedLeft(const std::wstring& text, std::size_t width) {
 // application that hosts the dialog. The length is first rounded to single precision; a float times 100 is exact in
 // double precision, so nothing is rounded twice.
 std::wstring InchNumber(std::int32_t millimetres) {
-  const float inches = static_cast<float>(millimetres / MM_PER_INCH);
+  const float inches = static_cast<float>(millimetres / kMillimetresPerInch);
   const long long hundredths = std::llround(std::abs(static_cast<double>(inches)) * 100);
   std::wstring text = inches < 0 ? L"-" : L"";
   text += std::to_wstring(hundredths / 100);
@@ -32,9 +32,9 @@ std::wstring InchNumber(std::int32_t millimetres) {
 
 std::wstring Length(LengthUnit unit, std::int32_t millimetres) {
   if (unit == LengthUnit::Millimetres) {
-    return PaddedLeft(std::to_wstring(millimetres), MILLIMETRE_WIDTH) + L"mm";
+    return PaddedLeft(std::to_wstring(millimetres), kMillimetreWidth) + L"mm";
   }
-  return PaddedLeft(InchNumber(millimetres), INCH_WIDTH) + L"inch";
+  return PaddedLeft(InchNumber(millimetres), kInchWidth) + L"inch";
 }
 
 }  // namespace

@@ -5,10 +5,10 @@
 namespace scanning {
 namespace {
 
-constexpr std::int32_t DATA_COLOR = 3;                 // WIA_DATA_COLOR
-constexpr std::int32_t HANDLING_FEEDER = 0x001;        // FEEDER
-constexpr std::int32_t HANDLING_AUTO_ADVANCE = 0x200;  // AUTO_ADVANCE
-constexpr std::int32_t NO_SCAN_METHOD = -1;
+constexpr std::int32_t kDataColor = 3;                // WIA_DATA_COLOR
+constexpr std::int32_t kHandlingFeeder = 0x001;       // FEEDER
+constexpr std::int32_t kHandlingAutoAdvance = 0x200;  // AUTO_ADVANCE
+constexpr std::int32_t kNoScanMethod = -1;
 
 class BatchBuilder {
  public:
@@ -22,12 +22,12 @@ class BatchBuilder {
   }
 
   void AddScanMethod(const SettingsSnapshot& settings) {
-    const std::int32_t pages = settings::ValueAt(settings::SCAN_METHOD, settings.scanMethod, NO_SCAN_METHOD);
-    if (pages == NO_SCAN_METHOD) {
+    const std::int32_t pages = settings::ValueAt(settings::kScanMethod, settings.scanMethod, kNoScanMethod);
+    if (pages == kNoScanMethod) {
       return;
     }
     // All pages (0) means that the feeder goes on by itself; a single page is fetched from it.
-    Add(PropertyId::DocumentHandlingSelect, pages == 0 ? HANDLING_AUTO_ADVANCE : HANDLING_FEEDER);
+    Add(PropertyId::DocumentHandlingSelect, pages == 0 ? kHandlingAutoAdvance : kHandlingFeeder);
     Add(PropertyId::Pages, pages);
   }
 
@@ -41,17 +41,17 @@ class BatchBuilder {
 
 ScanPropertyBatch BuildScanProperties(const SettingsSnapshot& settings, bool preview) {
   using settings::ValueAt;
-  const int resolution = preview ? PREVIEW_RESOLUTION_DPI : settings.resolutionDpi;
+  const int resolution = preview ? kPreviewResolutionDpi : settings.resolutionDpi;
 
   BatchBuilder batch;
   batch.Add(PropertyId::Format, 0);
   batch.Add(PropertyId::Preview, preview ? 1 : 0);
-  batch.Add(PropertyId::PageSize, ValueAt(settings::ORIGINAL_SIZE, settings.originalSize, 0));
-  batch.Add(PropertyId::Rotation, ValueAt(settings::PLACEMENT, settings.placement, 0));
-  batch.Add(PropertyId::DataType, ValueAt(settings::SCAN_COLOR, settings.scanColor, DATA_COLOR));
-  batch.Add(PropertyId::PROP_AUTO_FEED, ValueAt(settings::FEED_METHOD, settings.feedMethod, 0));
-  batch.Add(PropertyId::PROP_ORIGINAL_QUALITY, ValueAt(settings::ORIGINAL_QUALITY, settings.quality, 0));
-  batch.Add(PropertyId::PROP_SEND_SIZE, ValueAt(settings::SEND_SIZE, settings.sendSize, 0));
+  batch.Add(PropertyId::PageSize, ValueAt(settings::kOriginalSize, settings.originalSize, 0));
+  batch.Add(PropertyId::Rotation, ValueAt(settings::kPlacement, settings.placement, 0));
+  batch.Add(PropertyId::DataType, ValueAt(settings::kScanColor, settings.scanColor, kDataColor));
+  batch.Add(PropertyId::PROP_AUTO_FEED, ValueAt(settings::kFeedMethod, settings.feedMethod, 0));
+  batch.Add(PropertyId::PROP_ORIGINAL_QUALITY, ValueAt(settings::kOriginalQuality, settings.quality, 0));
+  batch.Add(PropertyId::PROP_SEND_SIZE, ValueAt(settings::kSendSize, settings.sendSize, 0));
   batch.AddBrightness(settings);
   batch.AddScanMethod(settings);
   batch.Add(PropertyId::HorizontalResolution, resolution);

@@ -49,14 +49,14 @@ struct ScanProperty {
   friend bool operator==(const ScanProperty&, const ScanProperty&) = default;
 };
 
-inline constexpr std::size_t MAXIMUM_SCAN_PROPERTIES = 15;
+inline constexpr std::size_t kMaximumScanProperties = 15;
 
 struct ScanPropertyBatch {
-  std::array<ScanProperty, MAXIMUM_SCAN_PROPERTIES> properties{};
+  std::array<ScanProperty, kMaximumScanProperties> properties{};
   std::size_t count = 0;
 };
 
-inline constexpr int PREVIEW_RESOLUTION_DPI = 200;
+inline constexpr int kPreviewResolutionDpi = 200;
 
 // The batch for a preview (true) or a final scan (false), in the order in which it is written. A selection outside its
 // list contributes the value 0, except the data type (colour); without a scan method its two entries are left out.

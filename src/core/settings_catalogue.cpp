@@ -8,48 +8,48 @@ namespace {
 constexpr ListEntry Localised(int stringId, std::int32_t value) { return {stringId, nullptr, value}; }
 constexpr ListEntry Literal(const wchar_t* text, std::int32_t value) { return {0, text, value}; }
 
-constexpr auto ORIGINAL_SIZE_ENTRIES = [] {
+constexpr auto kOriginalSizeEntries = [] {
   std::array<ListEntry, PAPER_SIZE_NAMES.size()> entries{};
   std::transform(PAPER_SIZE_NAMES.begin(), PAPER_SIZE_NAMES.end(), entries.begin(),
                  [](const PaperSize& size) { return Literal(size.name, size.pageSizeCode); });
   return entries;
 }();
 
-constexpr auto SEND_SIZE_ENTRIES = [] {
-  std::array<ListEntry, ORIGINAL_SIZE_ENTRIES.size() + 1> entries{};
-  entries[0] = Localised(IDS_AUTO, PAGE_SIZE_AUTO);
-  std::copy(ORIGINAL_SIZE_ENTRIES.begin(), ORIGINAL_SIZE_ENTRIES.end(), entries.begin() + 1);
+constexpr auto kSendSizeEntries = [] {
+  std::array<ListEntry, kOriginalSizeEntries.size() + 1> entries{};
+  entries[0] = Localised(IDS_AUTO, kPageSizeAuto);
+  std::copy(kOriginalSizeEntries.begin(), kOriginalSizeEntries.end(), entries.begin() + 1);
   return entries;
 }();
 
-constexpr std::array PLACEMENT_ENTRIES = {
+constexpr std::array kPlacementEntries = {
     Localised(IDS_PORTRAIT_LONG_EDGE, 0),    // PORTRAIT
     Localised(IDS_LANDSCAPE_SHORT_EDGE, 1),  // LANSCAPE, as the platform spells it
 };
 
-constexpr std::array FEED_METHOD_ENTRIES = {
+constexpr std::array kFeedMethodEntries = {
     Localised(IDS_AUTO, 1),
     Localised(IDS_DOCUMENT_PROCESSOR, 0),
     Localised(IDS_PLATEN, 0),
 };
 
-constexpr std::array QUALITY_ENTRIES = {
+constexpr std::array kQualityEntries = {
     Localised(IDS_QUALITY_TEXT, 1),
     Localised(IDS_QUALITY_PHOTO, 2),
     Localised(IDS_QUALITY_TEXT_PHOTO, 3),
 };
 
-constexpr std::array SCAN_METHOD_ENTRIES = {
+constexpr std::array kScanMethodEntries = {
     Localised(IDS_AUTO, 0),
     Localised(IDS_PAGE, 1),
 };
 
-constexpr std::array SCAN_COLOR_ENTRIES = {
+constexpr std::array kScanColorEntries = {
     Localised(IDS_FULL_COLOR, 3),  // WIA_DATA_COLOR
     Localised(IDS_GRAYSCALE, 2),   // WIA_DATA_GRAYSCALE
 };
 
-constexpr std::array RESOLUTION_ENTRIES = {
+constexpr std::array kResolutionEntries = {
     Literal(L"200x200 dpi", 200),
     Literal(L"300x300 dpi", 300),
     Literal(L"400x400 dpi", 400),
@@ -58,17 +58,17 @@ constexpr std::array RESOLUTION_ENTRIES = {
 
 }  // namespace
 
-const SettingList ORIGINAL_SIZE = {IDC_ORIGINAL_SIZE, ORIGINAL_SIZE_ENTRIES, 0};
-const SettingList PLACEMENT = {IDC_PLACEMENT, PLACEMENT_ENTRIES, 0};
-const SettingList FEED_METHOD = {IDC_FEED_METHOD, FEED_METHOD_ENTRIES, FEED_METHOD_AUTO_INDEX};
-const SettingList ORIGINAL_QUALITY = {IDC_ORIGINAL_QUALITY, QUALITY_ENTRIES, 2};
-const SettingList SCAN_METHOD = {IDC_SCAN_METHOD, SCAN_METHOD_ENTRIES, 0};
-const SettingList SEND_SIZE = {IDC_SEND_SIZE, SEND_SIZE_ENTRIES, 0};
-const SettingList SCAN_COLOR = {IDC_SCAN_COLOR, SCAN_COLOR_ENTRIES, 0};
-const SettingList RESOLUTION = {IDC_RESOLUTION, RESOLUTION_ENTRIES, 1};
+const SettingList kOriginalSize = {IDC_ORIGINAL_SIZE, kOriginalSizeEntries, 0};
+const SettingList kPlacement = {IDC_PLACEMENT, kPlacementEntries, 0};
+const SettingList kFeedMethod = {IDC_FEED_METHOD, kFeedMethodEntries, kFeedMethodAutoIndex};
+const SettingList kOriginalQuality = {IDC_ORIGINAL_QUALITY, kQualityEntries, 2};
+const SettingList kScanMethod = {IDC_SCAN_METHOD, kScanMethodEntries, 0};
+const SettingList kSendSize = {IDC_SEND_SIZE, kSendSizeEntries, 0};
+const SettingList kScanColor = {IDC_SCAN_COLOR, kScanColorEntries, 0};
+const SettingList kResolution = {IDC_RESOLUTION, kResolutionEntries, 1};
 
 const std::array<const SettingList*, 8> ALL_LISTS = {
-    &ORIGINAL_SIZE, &PLACEMENT, &FEED_METHOD, &ORIGINAL_QUALITY, &SCAN_METHOD, &SEND_SIZE, &SCAN_COLOR, &RESOLUTION,
+    &kOriginalSize, &kPlacement, &kFeedMethod, &kOriginalQuality, &kScanMethod, &kSendSize, &kScanColor, &kResolution,
 };
 
 std::int32_t ValueAt(const SettingList& list, int index, std::int32_t fallback) {
@@ -86,9 +86,9 @@ bool IsResolutionOffered(const ListEntry& entry, bool has400, bool has600) {
 }
 
 std::int32_t ResolutionOfText(std::wstring_view text) {
-  const auto entry = std::find_if(RESOLUTION_ENTRIES.begin(), RESOLUTION_ENTRIES.end(),
+  const auto entry = std::find_if(kResolutionEntries.begin(), kResolutionEntries.end(),
                                   [text](const ListEntry& e) { return text == e.text; });
-  return entry == RESOLUTION_ENTRIES.end() ? 0 : entry->value;
+  return entry == kResolutionEntries.end() ? 0 : entry->value;
 }
 
 }  // namespace settings

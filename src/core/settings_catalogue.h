@@ -59,20 +59,20 @@ inline constexpr std::array<PaperSize, 23> PAPER_SIZE_NAMES = {{
     {L"ISO B5", 0x8010},
 }};
 
-inline constexpr std::int32_t PAGE_SIZE_AUTO = 100;  // WIA_PAGE_AUTO
+inline constexpr std::int32_t kPageSizeAuto = 100;  // WIA_PAGE_AUTO
 
-extern const SettingList ORIGINAL_SIZE;     // value: page-size code
-extern const SettingList PLACEMENT;         // value: WIA rotation
-extern const SettingList FEED_METHOD;       // value: the driver's auto-feed flag
-extern const SettingList ORIGINAL_QUALITY;  // value: the driver's quality code
-extern const SettingList SCAN_METHOD;       // value: number of pages, 0 for all
-extern const SettingList SEND_SIZE;         // value: page-size code
-extern const SettingList SCAN_COLOR;        // value: WIA data type
-extern const SettingList RESOLUTION;        // value: dots per inch; 400 and 600 only where the device offers them
+extern const SettingList kOriginalSize;     // value: page-size code
+extern const SettingList kPlacement;        // value: WIA rotation
+extern const SettingList kFeedMethod;       // value: the driver's auto-feed flag
+extern const SettingList kOriginalQuality;  // value: the driver's quality code
+extern const SettingList kScanMethod;       // value: number of pages, 0 for all
+extern const SettingList kSendSize;         // value: page-size code
+extern const SettingList kScanColor;        // value: WIA data type
+extern const SettingList kResolution;       // value: dots per inch; 400 and 600 only where the device offers them
 
-// Position of the flatbed in FEED_METHOD: chosen when the device has no feeder.
-inline constexpr int FEED_METHOD_AUTO_INDEX = 0;
-inline constexpr int FEED_METHOD_PLATEN_INDEX = 2;
+// Position of the flatbed in kFeedMethod: chosen when the device has no feeder.
+inline constexpr int kFeedMethodAutoIndex = 0;
+inline constexpr int kFeedMethodPlatenIndex = 2;
 
 // The lists in the order in which initialisation fills them.
 extern const std::array<const SettingList*, 8> ALL_LISTS;
@@ -91,7 +91,7 @@ struct ZoomStep {
   int percent;
 };
 
-inline constexpr std::array<ZoomStep, 7> ZOOM_TABLE = {{
+inline constexpr std::array<ZoomStep, 7> kZoomTable = {{
     {IDS_ZOOM_50, 50},
     {IDS_ZOOM_75, 75},
     {IDS_ZOOM_100, 100},
@@ -100,11 +100,11 @@ inline constexpr std::array<ZoomStep, 7> ZOOM_TABLE = {{
     {IDS_ZOOM_300, 300},
     {IDS_ZOOM_400, 400},
 }};
-inline constexpr int ZOOM_DEFAULT_INDEX = 2;
+inline constexpr int kZoomDefaultIndex = 2;
 
-inline constexpr int BRIGHTNESS_MINIMUM = -3;
-inline constexpr int BRIGHTNESS_MAXIMUM = 3;
-inline constexpr int BRIGHTNESS_DEFAULT = 0;
+inline constexpr int kBrightnessMinimum = -3;
+inline constexpr int kBrightnessMaximum = 3;
+inline constexpr int kBrightnessDefault = 0;
 
 struct Label {
   int control;
@@ -112,7 +112,7 @@ struct Label {
 };
 
 // Every visible text of the template, in the order in which it is set.
-inline constexpr std::array<Label, 18> LABELS = {{
+inline constexpr std::array<Label, 18> kLabels = {{
     {IDC_ORIGINAL_SETTINGS_GROUP, IDS_ORIGINAL_SETTINGS},
     {IDC_ORIGINAL_SIZE_LABEL, IDS_ORIGINAL_SIZE},
     {IDC_PLACEMENT_LABEL, IDS_ORIGINAL_PLACEMENT},

@@ -14,13 +14,13 @@
 namespace {
 
 // exStyle of the DLGTEMPLATEEX header (version, signature and help identifier come first).
-constexpr std::size_t TEMPLATE_EXSTYLE_OFFSET = 8;
-constexpr DWORD RIGHT_TO_LEFT_STYLES = WS_EX_LAYOUTRTL | WS_EX_RTLREADING;
+constexpr std::size_t kTemplateExstyleOffset = 8;
+constexpr DWORD kRightToLeftStyles = WS_EX_LAYOUTRTL | WS_EX_RTLREADING;
 
-constexpr UINT WM_NCMOUSE_FIRST = WM_NCMOUSEMOVE;
-constexpr UINT WM_NCMOUSE_LAST = WM_NCMBUTTONDBLCLK;
-constexpr UINT USER_MESSAGES_LAST = WM_APP - 1;
-constexpr UINT APP_MESSAGES_LAST = 0xBFFF;
+constexpr UINT kWmNcmouseFirst = WM_NCMOUSEMOVE;
+constexpr UINT kWmNcmouseLast = WM_NCMBUTTONDBLCLK;
+constexpr UINT kUserMessagesLast = WM_APP - 1;
+constexpr UINT kAppMessagesLast = 0xBFFF;
 
 // BeginPaint and EndPaint around a scope, whatever leaves it.
 class PaintCycle {
@@ -75,9 +75,9 @@ INT_PTR BASE_DIALOG::RunDialog(HWND owner) {
   std::memcpy(bytes, resource, size);
   if (m_bRightToLeft) {
     DWORD exStyle = 0;
-    std::memcpy(&exStyle, bytes + TEMPLATE_EXSTYLE_OFFSET, sizeof(exStyle));
-    exStyle |= RIGHT_TO_LEFT_STYLES;
-    std::memcpy(bytes + TEMPLATE_EXSTYLE_OFFSET, &exStyle, sizeof(exStyle));
+    std::memcpy(&exStyle, bytes + kTemplateExstyleOffset, sizeof(exStyle));
+    exStyle |= kRightToLeftStyles;
+    std::memcpy(bytes + kTemplateExstyleOffset, &exStyle, sizeof(exStyle));
   }
   return DialogBoxIndirectParamW(g_hInstance, reinterpret_cast<LPCDLGTEMPLATEW>(bytes), owner, StaticDialogProc,
                                  parameter);
@@ -176,13 +176,13 @@ INT_PTR BASE_DIALOG::OnMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lP
   if (message >= WM_LBUTTONDBLCLK && message <= WM_MBUTTONDBLCLK) {
     return OnMouseMessage(hDlg, message, wParam, lParam);
   }
-  if (message >= WM_NCMOUSE_FIRST && message <= WM_NCMOUSE_LAST) {
+  if (message >= kWmNcmouseFirst && message <= kWmNcmouseLast) {
     return OnNcMouseMessage(hDlg, message, wParam, lParam);
   }
-  if (message >= WM_USER && message <= USER_MESSAGES_LAST) {
+  if (message >= WM_USER && message <= kUserMessagesLast) {
     return OnUserMessage(hDlg, message, wParam, lParam);
   }
-  if (message >= WM_APP && message <= APP_MESSAGES_LAST) {
+  if (message >= WM_APP && message <= kAppMessagesLast) {
     return OnAppMessage(hDlg, message, wParam, lParam);
   }
   return FALSE;

@@ -2,8 +2,8 @@
 
 #include <new>
 
-#include "platform/module_state.h"
 #include "entry/wia_ui_extension.h"
+#include "platform/module_state.h"
 
 CClassFactory g_classFactory;
 

@@ -2,8 +2,8 @@
 #include <windows.h>
 
 #include "entry/class_factory.h"
-#include "platform/module_state.h"
 #include "platform/module_instance.h"
+#include "platform/module_state.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID /*reserved*/) {
   if (reason == DLL_PROCESS_ATTACH) {

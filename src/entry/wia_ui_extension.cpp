@@ -2,9 +2,9 @@
 
 #include <new>
 
-#include "platform/module_state.h"
 #include "platform/gdiplus_owners.h"
 #include "platform/module_instance.h"
+#include "platform/module_state.h"
 #include "platform/scoped.h"
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"

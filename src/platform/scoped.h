@@ -25,31 +25,31 @@ struct Closer {
 template <class Handle, auto Close>
 using Unique = std::unique_ptr<void, Closer<Handle, Close>>;
 
-using GdiObject = Unique<HGDIOBJ, &::DeleteObject>;  // pens, brushes and fonts that are not stock objects
-using Menu = Unique<HMENU, &::DestroyMenu>;
-using Icon = Unique<HICON, &::DestroyIcon>;
-using Cursor = Unique<HCURSOR, &::DestroyCursor>;
-using RegistryKey = Unique<HKEY, &::RegCloseKey>;
-using GlobalBlock = Unique<HGLOBAL, &::GlobalFree>;
-using TaskMemory = Unique<void*, &::CoTaskMemFree>;
-using BasicString = Unique<BSTR, &::SysFreeString>;
+using GdiObject = Unique<HGDIOBJ, &DeleteObject>;  // pens, brushes and fonts that are not stock objects
+using Menu = Unique<HMENU, &DestroyMenu>;
+using Icon = Unique<HICON, &DestroyIcon>;
+using Cursor = Unique<HCURSOR, &DestroyCursor>;
+using RegistryKey = Unique<HKEY, &RegCloseKey>;
+using GlobalBlock = Unique<HGLOBAL, &GlobalFree>;
+using TaskMemory = Unique<void*, &CoTaskMemFree>;
+using BasicString = Unique<BSTR, &SysFreeString>;
 
 // SetupAPI reports failure as INVALID_HANDLE_VALUE, so the set is owned only when the call succeeded.
-using DeviceInfoSet = Unique<HDEVINFO, &::SetupDiDestroyDeviceInfoList>;
+using DeviceInfoSet = Unique<HDEVINFO, &SetupDiDestroyDeviceInfoList>;
 
 // A device context of a window's client area, drawing in unmirrored pixels also when the window is laid out
 // right-to-left: images and frames in it must stand as they are scanned. Null when the window is gone, and for a null
 // window: the platform would give the screen's, and a dialog whose owner was destroyed meanwhile would draw there.
 class WindowDC {
  public:
-  explicit WindowDC(HWND window) noexcept : m_window(window), m_context(window != nullptr ? ::GetDC(window) : nullptr) {
+  explicit WindowDC(HWND window) noexcept : m_window(window), m_context(window != nullptr ? GetDC(window) : nullptr) {
     if (m_context != nullptr) {
-      ::SetLayout(m_context, 0);
+      SetLayout(m_context, 0);
     }
   }
   ~WindowDC() {
     if (m_context != nullptr) {
-      ::ReleaseDC(m_window, m_context);
+      ReleaseDC(m_window, m_context);
     }
   }
   WindowDC(const WindowDC&) = delete;
@@ -67,10 +67,10 @@ class WindowDC {
 class SelectedObject {
  public:
   SelectedObject(HDC context, HGDIOBJ object) noexcept
-      : m_context(context), m_previous(::SelectObject(context, object)) {}
+      : m_context(context), m_previous(SelectObject(context, object)) {}
   ~SelectedObject() {
     if (m_previous != nullptr) {
-      ::SelectObject(m_context, m_previous);
+      SelectObject(m_context, m_previous);
     }
   }
   SelectedObject(const SelectedObject&) = delete;
@@ -84,8 +84,8 @@ class SelectedObject {
 // Clears a PROPVARIANT with everything that it owns.
 class ScopedPropVariant {
  public:
-  ScopedPropVariant() noexcept { ::PropVariantInit(&m_value); }
-  ~ScopedPropVariant() { ::FreePropVariantArray(1, &m_value); }
+  ScopedPropVariant() noexcept { PropVariantInit(&m_value); }
+  ~ScopedPropVariant() { FreePropVariantArray(1, &m_value); }
   ScopedPropVariant(const ScopedPropVariant&) = delete;
   ScopedPropVariant& operator=(const ScopedPropVariant&) = delete;
 

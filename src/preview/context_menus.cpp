@@ -10,7 +10,7 @@ namespace {
 // All four edges of the window count as inside.
 bool IsOnControl(HWND hDlg, int control, POINT screen) {
   RECT window = {};
-  return ::GetWindowRect(::GetDlgItem(hDlg, control), &window) && screen.x >= window.left && screen.x <= window.right &&
+  return GetWindowRect(GetDlgItem(hDlg, control), &window) && screen.x >= window.left && screen.x <= window.right &&
          screen.y >= window.top && screen.y <= window.bottom;
 }
 
@@ -35,20 +35,20 @@ void SCAN_DIALOG::ShowRotateMenu(HWND hDlg) { ShowToolMenu(hDlg, IDM_ROTATE_MENU
 
 void SCAN_DIALOG::ShowToolMenu(HWND hDlg, int menu, int button, int checkedItem) {
   RECT window = {};
-  if (!::GetWindowRect(::GetDlgItem(hDlg, button), &window)) {
+  if (!GetWindowRect(GetDlgItem(hDlg, button), &window)) {
     return;
   }
-  const platform::Menu resource(::LoadMenuW(m_hInstance, MAKEINTRESOURCEW(menu)));
-  const HMENU popup = resource != nullptr ? ::GetSubMenu(resource.get(), 0) : nullptr;
+  const platform::Menu resource(LoadMenuW(m_hInstance, MAKEINTRESOURCEW(menu)));
+  const HMENU popup = resource != nullptr ? GetSubMenu(resource.get(), 0) : nullptr;
   if (popup == nullptr) {
     return;
   }
   if (checkedItem != 0) {
-    const int items = ::GetMenuItemCount(popup);
+    const int items = GetMenuItemCount(popup);
     for (int position = 0; position < items; ++position) {
-      const UINT item = ::GetMenuItemID(popup, position);
-      ::CheckMenuItem(popup, item, item == static_cast<UINT>(checkedItem) ? MF_CHECKED : MF_UNCHECKED);
+      const UINT item = GetMenuItemID(popup, position);
+      CheckMenuItem(popup, item, item == static_cast<UINT>(checkedItem) ? MF_CHECKED : MF_UNCHECKED);
     }
   }
-  ::TrackPopupMenu(popup, 0, window.left, window.bottom, 0, hDlg, nullptr);
+  TrackPopupMenu(popup, 0, window.left, window.bottom, 0, hDlg, nullptr);
 }

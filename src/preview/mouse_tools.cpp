@@ -12,23 +12,23 @@ namespace {
 void ApplyScrollPosition(HWND scrollBar, SCROLLINFO& info, int position) {
   info.nPos = position;
   // Setting a position paints the bar, also when it is there already: one axis often stays where it is.
-  if (::GetScrollPos(scrollBar, SB_CTL) != position) {
-    ::SetScrollInfo(scrollBar, SB_CTL, &info, TRUE);
+  if (GetScrollPos(scrollBar, SB_CTL) != position) {
+    SetScrollInfo(scrollBar, SB_CTL, &info, TRUE);
   }
 }
 
 }  // namespace
 
 preview::Point SCAN_DIALOG::PointerPosition(HWND hDlg, LPARAM lParam) const {
-  if ((::GetWindowLongPtrW(hDlg, GWL_EXSTYLE) & WS_EX_LAYOUTRTL) == 0) {
+  if ((GetWindowLongPtrW(hDlg, GWL_EXSTYLE) & WS_EX_LAYOUTRTL) == 0) {
     return {LOWORD(lParam), HIWORD(lParam)};
   }
   // In a mirrored window x counts from the right edge, also in mouse messages. Screen coordinates are never mirrored.
   POINT pointer = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-  ::ClientToScreen(hDlg, &pointer);
+  ClientToScreen(hDlg, &pointer);
   RECT client = {};
-  ::GetClientRect(hDlg, &client);
-  ::MapWindowPoints(hDlg, nullptr, reinterpret_cast<POINT*>(&client), 2);
+  GetClientRect(hDlg, &client);
+  MapWindowPoints(hDlg, nullptr, reinterpret_cast<POINT*>(&client), 2);
   return {static_cast<int>(pointer.x - std::min(client.left, client.right)), static_cast<int>(pointer.y - client.top)};
 }
 
@@ -37,8 +37,8 @@ preview::Point SCAN_DIALOG::VisibleImageLimits() const {
 }
 
 void SCAN_DIALOG::ReleasePaneCapture(HWND hDlg) {
-  if (hDlg != nullptr && ::GetCapture() == hDlg) {
-    ::ReleaseCapture();
+  if (hDlg != nullptr && GetCapture() == hDlg) {
+    ReleaseCapture();
     m_bMouseInPane = false;  // from here on nobody knows: the next movement finds out and sets the cursor
   }
 }
@@ -53,7 +53,7 @@ void SCAN_DIALOG::SelectTool(HWND hDlg, int id) {
       return;
     }
     const platform::FlagGuard clicking(m_bClickingTool);
-    ::SendDlgItemMessageW(hDlg, id, BM_CLICK, 0, 0);
+    SendDlgItemMessageW(hDlg, id, BM_CLICK, 0, 0);
   };
   switch (id) {
     case IDC_TOOL_SELECT:
@@ -117,7 +117,7 @@ void SCAN_DIALOG::OnLButtonDown(HWND hDlg, WPARAM wParam, LPARAM lParam) {
     }
     UpdateScrollBars(hDlg, false);
   } else if (m_bPanTool) {
-    ::SetCursor(m_hCurPanning);
+    SetCursor(m_hCurPanning);
   }
 }
 
@@ -144,12 +144,12 @@ void SCAN_DIALOG::OnMouseMove(HWND hDlg, WPARAM /*wParam*/, LPARAM lParam) {
   // Held while the pointer is over the pane: a window that has the mouse captured is asked for no cursor, so the tool's
   // cursor stays. To ask for what is held already costs a fifth of a movement where another process answers.
   if (!m_bHasCapture) {
-    ::SetCapture(hDlg);
+    SetCapture(hDlg);
     m_bHasCapture = true;
   }
   UpdatePaneCursor(hDlg, lParam);
   if (!m_bMouseInPane) {
-    ::ReleaseCapture();
+    ReleaseCapture();
     return;
   }
   if (m_bPanTool) {
@@ -166,16 +166,16 @@ void SCAN_DIALOG::UpdatePaneCursor(HWND hDlg, LPARAM lParam) {
   if (!preview::IsInside(pointer, m_rcPane)) {
     if (m_bMouseInPane) {
       m_bMouseInPane = false;
-      ::SetCursor(m_hCurArrow);
+      SetCursor(m_hCurArrow);
     }
     return;
   }
   if (!m_bMouseInPane) {
     m_bMouseInPane = true;
     if (m_bPanTool) {
-      ::SetCursor(m_hCurPan);
+      SetCursor(m_hCurPan);
     } else if (m_bZoomTool) {
-      ::SetCursor(m_bZoomIn != 0 ? m_hCurZoomIn : m_hCurZoomOut);
+      SetCursor(m_bZoomIn != 0 ? m_hCurZoomIn : m_hCurZoomOut);
     }
   }
   // A frame cut at the pane's right or bottom edge has no corner to be resized by.
@@ -183,9 +183,9 @@ void SCAN_DIALOG::UpdatePaneCursor(HWND hDlg, LPARAM lParam) {
     return;
   }
   if (m_rcSelection.hasArea() && preview::IsOnResizeCorner(pointer, m_rcFrame)) {
-    ::SetCursor(m_hCurSizeNWSE);
+    SetCursor(m_hCurSizeNWSE);
   } else if (!m_bButtonDown) {
-    ::SetCursor(m_hCurCross);
+    SetCursor(m_hCurCross);
   }
 }
 
@@ -208,13 +208,13 @@ void SCAN_DIALOG::DragSelectionFrame(HWND hDlg, LPARAM lParam) {
   m_rcSelection.bottom = preview::MovingCornerMillimetres(VerticalView(), m_ptAnchor.y, m_ptMouse.y);
   const preview::Rect frame = preview::Ordered(m_rcSelection);
   UpdateAreaReadout(hDlg, AreaReadout::PositionAndSize, frame.left, frame.top,
-                    std::max(frame.width(), preview::MINIMUM_SIDE_MM),
-                    std::max(frame.height(), preview::MINIMUM_SIDE_MM));
+                    std::max(frame.width(), preview::kMinimumSideMm),
+                    std::max(frame.height(), preview::kMinimumSideMm));
 }
 
 void SCAN_DIALOG::OnLButtonUp(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*/) {
   if (m_bPanTool) {
-    ::SetCursor(m_hCurPan);
+    SetCursor(m_hCurPan);
     return;
   }
   if (!m_bSelectTool || !m_bSelecting) {
@@ -248,13 +248,13 @@ void SCAN_DIALOG::EndDrag(HWND hDlg) {
 
 void SCAN_DIALOG::PanPreview(HWND hDlg, LPARAM lParam) {
   const preview::Point pointer = PointerPosition(hDlg, lParam);
-  ::SetCursor(m_hCurPanning);
+  SetCursor(m_hCurPanning);
   m_nScrollX -= preview::ImageDistance(pointer.x - m_ptMouse.x, m_dZoom);
   m_nScrollY -= preview::ImageDistance(pointer.y - m_ptMouse.y, m_dZoom);
   EraseSelectionFrame(hDlg);
   DrawPreviewImage(hDlg, 0, 0, PreviewDrawMode::DrawPan, m_dZoom);
-  ApplyScrollPosition(::GetDlgItem(hDlg, IDC_HORIZONTAL_SCROLL), m_siHorz, m_nScrollX);
-  ApplyScrollPosition(::GetDlgItem(hDlg, IDC_VERTICAL_SCROLL), m_siVert, m_nScrollY);
+  ApplyScrollPosition(GetDlgItem(hDlg, IDC_HORIZONTAL_SCROLL), m_siHorz, m_nScrollX);
+  ApplyScrollPosition(GetDlgItem(hDlg, IDC_VERTICAL_SCROLL), m_siVert, m_nScrollY);
   m_ptMouse = pointer;
   DrawSelectionFrame(hDlg);
 }

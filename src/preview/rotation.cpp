@@ -26,8 +26,8 @@ preview::Turn TurnOf(int command) {
 
 void SCAN_DIALOG::UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) {
   DebugTrace(L"[in]SCAN_DIALOG::UpdatePreviewImage : i_wstrPreviewFile=%s", i_wstrPreviewFile);
-  ::ZeroMemory(m_wstrPreviewFile, sizeof(m_wstrPreviewFile));
-  if (i_wstrPreviewFile == nullptr || FAILED(::StringCchCopyW(m_wstrPreviewFile, MAX_PATH, i_wstrPreviewFile))) {
+  ZeroMemory(m_wstrPreviewFile, sizeof(m_wstrPreviewFile));
+  if (i_wstrPreviewFile == nullptr || FAILED(StringCchCopyW(m_wstrPreviewFile, MAX_PATH, i_wstrPreviewFile))) {
     m_wstrPreviewFile[0] =
         L'\0';  // a path that was cut would name another file, which must not be rewritten or deleted
   }
@@ -40,7 +40,7 @@ void SCAN_DIALOG::UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) {
   }
   m_bRepaintPreview = true;
   // Enabling a control makes it paint itself, which must not come after the picture.
-  ::UpdateWindow(::GetDlgItem(m_hDlg, IDC_PREVIEW_PANE));
+  UpdateWindow(GetDlgItem(m_hDlg, IDC_PREVIEW_PANE));
   RotatePreview(m_hDlg, 0);
   UpdateScrollBars(m_hDlg, true);
   m_bPreviewLoaded = true;
@@ -49,9 +49,9 @@ void SCAN_DIALOG::UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) {
 void SCAN_DIALOG::RotatePreview(HWND hDlg, int command) {
   EndDrag(hDlg);
   rotateImageFile(command);
-  DrawPreviewImage(hDlg, 0, 0, PreviewDrawMode::DrawReset, preview::SCALE_AT_100_PERCENT);
+  DrawPreviewImage(hDlg, 0, 0, PreviewDrawMode::DrawReset, preview::kScaleAt100Percent);
   m_bFrameHidden = true;  // the frame went with the picture that it stood on
-  m_dZoom = preview::SCALE_AT_100_PERCENT;
+  m_dZoom = preview::kScaleAt100Percent;
   SyncZoomCombo(hDlg);
   UpdateScrollBars(hDlg, false);
   // A frame that is scrolled out of view is turned too: the final scan is cut to it, seen or not.

@@ -45,7 +45,7 @@ bool SCAN_DIALOG::ScrollAxis(HWND hDlg, int scrollBar, WPARAM wParam, const prev
     return false;
   }
   info.nPos = *position;
-  ::SetScrollInfo(::GetDlgItem(hDlg, scrollBar), SB_CTL, &info, TRUE);
+  SetScrollInfo(GetDlgItem(hDlg, scrollBar), SB_CTL, &info, TRUE);
   info.nPos = preview::SettleScroll(view, *position);
   offset = info.nPos;
   return true;
@@ -55,5 +55,5 @@ void SCAN_DIALOG::ShowScrolled(HWND hDlg, PreviewDrawMode mode) {
   EraseSelectionFrame(hDlg);
   DrawPreviewImage(hDlg, 0, 0, mode, m_dZoom);
   DrawSelectionFrame(hDlg);
-  ::UpdateWindow(hDlg);
+  UpdateWindow(hDlg);
 }

@@ -5,12 +5,12 @@
 namespace {
 
 void DrawHollowRectangle(HDC hdc, int penStyle, int rasterOperation, const preview::Rect& rect) {
-  const platform::GdiObject pen(::CreatePen(penStyle, 1, RGB(0, 0, 0)));
+  const platform::GdiObject pen(CreatePen(penStyle, 1, RGB(0, 0, 0)));
   const platform::SelectedObject selectedPen(hdc, pen.get());
-  const platform::SelectedObject selectedBrush(hdc, ::GetStockObject(NULL_BRUSH));
-  const int previousOperation = ::SetROP2(hdc, rasterOperation);
-  ::Rectangle(hdc, rect.left, rect.top, rect.right, rect.bottom);
-  ::SetROP2(hdc, previousOperation);
+  const platform::SelectedObject selectedBrush(hdc, GetStockObject(NULL_BRUSH));
+  const int previousOperation = SetROP2(hdc, rasterOperation);
+  Rectangle(hdc, rect.left, rect.top, rect.right, rect.bottom);
+  SetROP2(hdc, previousOperation);
 }
 
 }  // namespace

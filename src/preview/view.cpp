@@ -1,10 +1,10 @@
 // The pane itself: preview state, drawing of the image, scroll bars and paint requests.
 
+#include "core/settings_catalogue.h"
 #include "platform/debug_trace.h"
 #include "platform/gdiplus_owners.h"
-#include "scan_dialog/scan_dialog.h"
 #include "resources/resource_ids.h"
-#include "core/settings_catalogue.h"
+#include "scan_dialog/scan_dialog.h"
 #include "scanning/jpeg_file.h"
 
 using Gdiplus::DllExports::GdipDrawImageRectRectI;
@@ -51,9 +51,9 @@ void SetScrollBar(HWND scrollBar, SCROLLINFO& info, UINT imageSize, UINT page, i
   shown.cbSize = sizeof(shown);
   shown.fMask = info.fMask;
   // Setting what the bar shows already would paint it once more.
-  if (!::GetScrollInfo(scrollBar, SB_CTL, &shown) || shown.nMin != info.nMin || shown.nMax != info.nMax ||
+  if (!GetScrollInfo(scrollBar, SB_CTL, &shown) || shown.nMin != info.nMin || shown.nMax != info.nMax ||
       shown.nPage != info.nPage || shown.nPos != info.nPos) {
-    ::SetScrollInfo(scrollBar, SB_CTL, &info, TRUE);
+    SetScrollInfo(scrollBar, SB_CTL, &info, TRUE);
   }
 }
 
@@ -94,9 +94,9 @@ void SCAN_DIALOG::ResetPreviewState() {
 
 void SCAN_DIALOG::ClearPreview() {
   if (m_wstrPreviewFile[0] != L'\0') {
-    ::DeleteFileW(m_wstrPreviewFile);
+    DeleteFileW(m_wstrPreviewFile);
   }
-  ::ZeroMemory(m_wstrPreviewFile, sizeof(m_wstrPreviewFile));
+  ZeroMemory(m_wstrPreviewFile, sizeof(m_wstrPreviewFile));
   ResetPreviewState();
   m_bRepaintPreview = false;
   ClearAreaReadout();
@@ -104,12 +104,12 @@ void SCAN_DIALOG::ClearPreview() {
                             IDC_TOOL_PAN, IDC_VERTICAL_SCROLL, IDC_HORIZONTAL_SCROLL}) {
     DisableControl(m_hDlg, control);
   }
-  ::SendDlgItemMessageW(m_hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, settings::ZOOM_DEFAULT_INDEX, 0);
+  SendDlgItemMessageW(m_hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, settings::kZoomDefaultIndex, 0);
   if (m_hDlg != nullptr) {
     // The pane control paints nothing, so the old picture would stand until something covers it.
     const RECT pane = {m_rcPane.left, m_rcPane.top, m_rcPane.right, m_rcPane.bottom};
-    ::RedrawWindow(::GetDlgItem(m_hDlg, IDC_PREVIEW_PANE), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME);
-    ::RedrawWindow(m_hDlg, &pane, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_UPDATENOW);
+    RedrawWindow(GetDlgItem(m_hDlg, IDC_PREVIEW_PANE), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME);
+    RedrawWindow(m_hDlg, &pane, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_UPDATENOW);
   }
 }
 
@@ -147,7 +147,7 @@ void SCAN_DIALOG::DrawPreviewImage(HWND hDlg, UINT x, UINT y, PreviewDrawMode mo
     ClearPane(hDlg);
   }
   // The graphics object must be gone before its device context is released: hence the order of these three.
-  const platform::WindowDC pane(::GetDlgItem(hDlg, IDC_PREVIEW_PANE));
+  const platform::WindowDC pane(GetDlgItem(hDlg, IDC_PREVIEW_PANE));
   const platform::GdipGraphics graphics = pane.get() != nullptr ? platform::GraphicsOnDC(pane.get()) : nullptr;
   DebugTrace(L"m_wstrPreviewFile = %s", m_wstrPreviewFile);
   const platform::GdipImage image =
@@ -175,14 +175,14 @@ void SCAN_DIALOG::DrawPreviewImage(HWND hDlg, UINT x, UINT y, PreviewDrawMode mo
 }
 
 void SCAN_DIALOG::ClearPane(HWND hDlg) {
-  const platform::WindowDC pane(::GetDlgItem(hDlg, IDC_PREVIEW_PANE));
+  const platform::WindowDC pane(GetDlgItem(hDlg, IDC_PREVIEW_PANE));
   if (pane.get() == nullptr) {
     return;
   }
-  const platform::GdiObject pen(::CreatePen(PS_NULL, 0, 0));
+  const platform::GdiObject pen(CreatePen(PS_NULL, 0, 0));
   const platform::SelectedObject selectedPen(pane.get(), pen.get());
-  const platform::SelectedObject selectedBrush(pane.get(), ::GetStockObject(DKGRAY_BRUSH));
-  ::Rectangle(pane.get(), 0, 0, m_rcPane.width(), m_rcPane.height());
+  const platform::SelectedObject selectedBrush(pane.get(), GetStockObject(DKGRAY_BRUSH));
+  Rectangle(pane.get(), 0, 0, m_rcPane.width(), m_rcPane.height());
 }
 
 void SCAN_DIALOG::ClearPaneMargins(HWND hDlg) {
@@ -193,32 +193,32 @@ void SCAN_DIALOG::ClearPaneMargins(HWND hDlg) {
   if (coveredWidth >= width && coveredHeight >= height) {
     return;
   }
-  const platform::WindowDC pane(::GetDlgItem(hDlg, IDC_PREVIEW_PANE));
+  const platform::WindowDC pane(GetDlgItem(hDlg, IDC_PREVIEW_PANE));
   if (pane.get() == nullptr) {
     return;
   }
-  const auto background = static_cast<HBRUSH>(::GetStockObject(DKGRAY_BRUSH));
+  const auto background = static_cast<HBRUSH>(GetStockObject(DKGRAY_BRUSH));
   const RECT besideImage = {coveredWidth, 0, width, height};
   const RECT belowImage = {0, coveredHeight, coveredWidth, height};
-  ::FillRect(pane.get(), &besideImage, background);
-  ::FillRect(pane.get(), &belowImage, background);
+  FillRect(pane.get(), &besideImage, background);
+  FillRect(pane.get(), &belowImage, background);
 }
 
 void SCAN_DIALOG::UpdateScrollBars(HWND hDlg, bool reset) {
-  const HWND horizontal = ::GetDlgItem(hDlg, IDC_HORIZONTAL_SCROLL);
-  const HWND vertical = ::GetDlgItem(hDlg, IDC_VERTICAL_SCROLL);
+  const HWND horizontal = GetDlgItem(hDlg, IDC_HORIZONTAL_SCROLL);
+  const HWND vertical = GetDlgItem(hDlg, IDC_VERTICAL_SCROLL);
   RECT client = {};
-  ::GetClientRect(horizontal, &client);
+  GetClientRect(horizontal, &client);
   SetScrollBar(horizontal, m_siHorz, m_nImageWidth, preview::ImagePixelsIn(client.right, m_dZoom),
                reset ? 0 : m_nScrollX);
   client = {};
-  ::GetClientRect(vertical, &client);
+  GetClientRect(vertical, &client);
   SetScrollBar(vertical, m_siVert, m_nImageHeight, preview::ImagePixelsIn(client.bottom, m_dZoom),
                reset ? 0 : m_nScrollY);
 }
 
 INT_PTR SCAN_DIALOG::OnPaint(HWND hDlg, HDC /*hdc*/, WPARAM /*wParam*/, LPARAM /*lParam*/) {
-  if (!::UpdateWindow(::GetDlgItem(hDlg, IDC_PREVIEW_PANE)) || !m_bRepaintPreview) {
+  if (!UpdateWindow(GetDlgItem(hDlg, IDC_PREVIEW_PANE)) || !m_bRepaintPreview) {
     return 0;
   }
   // The dialog does not clip its children, so its background was drawn over whatever part of the pane was uncovered.

@@ -4,30 +4,30 @@
 #include <array>
 #include <iterator>
 
+#include "core/settings_catalogue.h"
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
-#include "core/settings_catalogue.h"
 
 namespace {
 
-constexpr int ZOOM_TOOL_ICON_SIZE = 20;
-constexpr int ZOOM_TEXT_CAPACITY = 256;
+constexpr int kZoomToolIconSize = 20;
+constexpr int kZoomTextCapacity = 256;
 
-constexpr auto ZOOM_PERCENTAGES = [] {
-  std::array<int, settings::ZOOM_TABLE.size()> percentages{};
-  std::transform(settings::ZOOM_TABLE.begin(), settings::ZOOM_TABLE.end(), percentages.begin(),
+constexpr auto kZoomPercentages = [] {
+  std::array<int, settings::kZoomTable.size()> percentages{};
+  std::transform(settings::kZoomTable.begin(), settings::kZoomTable.end(), percentages.begin(),
                  [](const settings::ZoomStep& step) { return step.percent; });
   return percentages;
 }();
 
 // The percentage that the zoom list's current item carries; 0 when it has none.
 int ListedPercent(HWND hDlg) {
-  const LRESULT index = ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_GETCURSEL, 0, 0);
+  const LRESULT index = SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_GETCURSEL, 0, 0);
   if (index == CB_ERR) {
     return 0;
   }
-  const LRESULT percent = ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_GETITEMDATA, static_cast<WPARAM>(index), 0);
+  const LRESULT percent = SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_GETITEMDATA, static_cast<WPARAM>(index), 0);
   return percent == CB_ERR ? 0 : static_cast<int>(percent);
 }
 
@@ -46,20 +46,20 @@ void SCAN_DIALOG::OnZoomComboChange(HWND hDlg) {
 }
 
 void SCAN_DIALOG::SyncZoomCombo(HWND hDlg) {
-  const auto found = std::find(ZOOM_PERCENTAGES.begin(), ZOOM_PERCENTAGES.end(), preview::PercentOfScale(m_dZoom));
-  if (found == ZOOM_PERCENTAGES.end()) {
+  const auto found = std::find(kZoomPercentages.begin(), kZoomPercentages.end(), preview::PercentOfScale(m_dZoom));
+  if (found == kZoomPercentages.end()) {
     return;
   }
-  const auto row = std::distance(ZOOM_PERCENTAGES.begin(), found);
-  const UINT stringId = static_cast<UINT>(settings::ZOOM_TABLE[static_cast<std::size_t>(row)].stringId);
-  wchar_t text[ZOOM_TEXT_CAPACITY] = {};
-  if (g_pLangResource != nullptr && g_pLangResource->GetTextW(stringId, text, ZOOM_TEXT_CAPACITY) != nullptr &&
+  const auto row = std::distance(kZoomPercentages.begin(), found);
+  const UINT stringId = static_cast<UINT>(settings::kZoomTable[static_cast<std::size_t>(row)].stringId);
+  wchar_t text[kZoomTextCapacity] = {};
+  if (g_pLangResource != nullptr && g_pLangResource->GetTextW(stringId, text, kZoomTextCapacity) != nullptr &&
       text[0] != L'\0' &&
-      ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SELECTSTRING, 0, reinterpret_cast<LPARAM>(text)) != CB_ERR) {
+      SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SELECTSTRING, 0, reinterpret_cast<LPARAM>(text)) != CB_ERR) {
     return;  // it is the current item now; to select it once more would paint the list once more
   }
   // The list is filled in table order, also where a string is missing.
-  ::SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, static_cast<WPARAM>(row), 0);
+  SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, static_cast<WPARAM>(row), 0);
 }
 
 void SCAN_DIALOG::ZoomInAt(HWND hDlg) { ZoomStepAt(hDlg, preview::ZoomDirection::In); }
@@ -70,7 +70,7 @@ void SCAN_DIALOG::ZoomStepAt(HWND hDlg, preview::ZoomDirection direction) {
   const int x = preview::ImagePixelAt(HorizontalView(), m_ptMouse.x);
   const int y = preview::ImagePixelAt(VerticalView(), m_ptMouse.y);
   const int percent =
-      preview::NextPercent(ZOOM_PERCENTAGES, preview::PercentOfScale(m_dZoom), direction, ListedPercent(hDlg));
+      preview::NextPercent(kZoomPercentages, preview::PercentOfScale(m_dZoom), direction, ListedPercent(hDlg));
   if (percent <= 0) {
     return;
   }
@@ -87,7 +87,7 @@ void SCAN_DIALOG::SetZoomDirection(HWND hDlg, int command) {
     return;
   }
   m_bZoomIn = command == IDM_ZOOM_IN ? 1 : 0;
-  const HICON picture = LoadDialogIcon(m_bZoomIn != 0 ? IDI_ZOOM_IN : IDI_ZOOM_OUT, ZOOM_TOOL_ICON_SIZE);
-  ::SendDlgItemMessageW(hDlg, IDC_TOOL_ZOOM, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(picture));
-  ::UpdateWindow(hDlg);
+  const HICON picture = LoadDialogIcon(m_bZoomIn != 0 ? IDI_ZOOM_IN : IDI_ZOOM_OUT, kZoomToolIconSize);
+  SendDlgItemMessageW(hDlg, IDC_TOOL_ZOOM, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(picture));
+  UpdateWindow(hDlg);
 }

@@ -11,10 +11,10 @@ LANG_RESOURCE* g_pLangResource = nullptr;
 
 namespace {
 
-constexpr std::uint32_t ENGLISH_UNITED_STATES = 0x0409;
-constexpr std::uint32_t FONT_POINT_SIZE = 8;
-constexpr int CONTROL_TEXT_CAPACITY = 1024;
-constexpr UINT STRINGS_PER_BLOCK = 16;
+constexpr std::uint32_t kEnglishUnitedStates = 0x0409;
+constexpr std::uint32_t kFontPointSize = 8;
+constexpr int kControlTextCapacity = 1024;
+constexpr UINT kStringsPerBlock = 16;
 
 std::uint32_t HexDigitValue(char digit) {
   const char upper = (digit >= 'a' && digit <= 'f') ? static_cast<char>(digit - 'a' + 'A') : digit;
@@ -65,7 +65,7 @@ wchar_t* LANG_RESOURCE::GetTextW(UINT id, wchar_t* buffer, int capacity, std::ui
   if (buffer == nullptr || capacity <= 0) {
     return nullptr;
   }
-  const LPCWSTR block = MAKEINTRESOURCEW(id / STRINGS_PER_BLOCK + 1);
+  const LPCWSTR block = MAKEINTRESOURCEW(id / kStringsPerBlock + 1);
   const std::uint32_t wanted = language != 0 ? language : m_wLangId;
   // The exact language, then its primary language with the neutral sublanguage, then a neutral table.
   HRSRC found = FindResourceExW(m_hModule, RT_STRING, block, static_cast<WORD>(wanted));
@@ -81,7 +81,7 @@ wchar_t* LANG_RESOURCE::GetTextW(UINT id, wchar_t* buffer, int capacity, std::ui
 
   std::size_t length = 0;
   const wchar_t* end = text + SizeofResource(m_hModule, found) / sizeof(wchar_t);
-  const wchar_t* entry = FindEntry(text, end, id % STRINGS_PER_BLOCK, &length);
+  const wchar_t* entry = FindEntry(text, end, id % kStringsPerBlock, &length);
   const std::size_t copied = std::min(length, static_cast<std::size_t>(capacity) - 1);
   if (entry != nullptr) {
     std::copy_n(entry, copied, buffer);
@@ -92,8 +92,8 @@ wchar_t* LANG_RESOURCE::GetTextW(UINT id, wchar_t* buffer, int capacity, std::ui
 
 BOOL LANG_RESOURCE::SetControlText(HWND hDlg, UINT stringId, int controlId) const {
   const HWND control = GetDlgItem(hDlg, controlId);
-  wchar_t text[CONTROL_TEXT_CAPACITY] = {};
-  GetTextW(stringId, text, CONTROL_TEXT_CAPACITY);
+  wchar_t text[kControlTextCapacity] = {};
+  GetTextW(stringId, text, kControlTextCapacity);
   if (m_hDialogFont != nullptr) {
     SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(m_hDialogFont), TRUE);
   }
@@ -102,12 +102,12 @@ BOOL LANG_RESOURCE::SetControlText(HWND hDlg, UINT stringId, int controlId) cons
 }
 
 int LANG_RESOURCE::ShowMessage(HWND owner, UINT stringId) const {
-  wchar_t message[CONTROL_TEXT_CAPACITY] = {};
-  wchar_t caption[CONTROL_TEXT_CAPACITY] = {};
-  GetTextW(stringId, message, CONTROL_TEXT_CAPACITY);
-  GetTextW(IDS_SCAN_ERROR, caption, CONTROL_TEXT_CAPACITY);
+  wchar_t message[kControlTextCapacity] = {};
+  wchar_t caption[kControlTextCapacity] = {};
+  GetTextW(stringId, message, kControlTextCapacity);
+  GetTextW(IDS_SCAN_ERROR, caption, kControlTextCapacity);
   if (message[0] == L'\0') {
-    GetTextW(stringId, message, CONTROL_TEXT_CAPACITY, ENGLISH_UNITED_STATES);
+    GetTextW(stringId, message, kControlTextCapacity, kEnglishUnitedStates);
   }
   // Message boxes do not inherit the owner's right-to-left layout.
   const UINT layout = IsRightToLeft() ? MB_RTLREADING | MB_RIGHT : 0;
@@ -117,7 +117,7 @@ int LANG_RESOURCE::ShowMessage(HWND owner, UINT stringId) const {
 HFONT LANG_RESOURCE::GetDialogFont() {
   const auto end = m_fontCache.begin() + m_nFontCount;
   const auto cached = std::find_if(m_fontCache.begin(), end, [this](const FONT_CACHE_ENTRY& entry) {
-    return entry.pointSize == FONT_POINT_SIZE && entry.language == m_wLangId && entry.attribute == 0 &&
+    return entry.pointSize == kFontPointSize && entry.language == m_wLangId && entry.attribute == 0 &&
            entry.weight == FW_NORMAL;
   });
   if (cached != end) {
@@ -130,10 +130,10 @@ HFONT LANG_RESOURCE::GetDialogFont() {
 
   // Negative: the height of the characters, not of the cell.
   const platform::WindowDC screen(GetDesktopWindow());
-  const int height = -MulDiv(static_cast<int>(FONT_POINT_SIZE), GetDeviceCaps(screen.get(), LOGPIXELSY), 72);
+  const int height = -MulDiv(static_cast<int>(kFontPointSize), GetDeviceCaps(screen.get(), LOGPIXELSY), 72);
   const HFONT font = CreateFontW(height, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_TT_PRECIS,
                                  CLIP_EMBEDDED, PROOF_QUALITY, DEFAULT_PITCH | FF_DONTCARE, L"Microsoft Sans Serif");
-  *end = {m_wLangId, FONT_POINT_SIZE, FW_NORMAL, 0, font};
+  *end = {m_wLangId, kFontPointSize, FW_NORMAL, 0, font};
   ++m_nFontCount;
   return font;
 }

@@ -7,9 +7,9 @@
 namespace {
 
 // Dialog client pixels. The area beside the settings lists that shows how the original is fed.
-constexpr RECT FEED_AREA = {209, 32, 369, 192};
-constexpr int FEED_IMAGE_WIDTH = 150;   // pixels
-constexpr int FEED_IMAGE_HEIGHT = 100;  // pixels
+constexpr RECT kFeedArea = {209, 32, 369, 192};
+constexpr int kFeedImageWidth = 150;   // pixels
+constexpr int kFeedImageHeight = 100;  // pixels
 
 // While a transfer runs, messages can arrive through a nested loop (a device-error box, or the caller's own). What
 // would start a second transfer, end the dialog under the first or change what the running one is finished with must
@@ -53,7 +53,7 @@ INT_PTR SCAN_DIALOG::OnCommand(HWND hDlg, WPARAM wParam, LPARAM /*lParam*/) {
       break;
     case IDC_FEED_METHOD:
     case IDC_PLACEMENT:
-      InvalidateRect(hDlg, &FEED_AREA, TRUE);
+      InvalidateRect(hDlg, &kFeedArea, TRUE);
       break;
     case IDC_ZOOM_LIST:
       SelectTool(hDlg, 0);
@@ -93,8 +93,8 @@ INT_PTR SCAN_DIALOG::OnCommand(HWND hDlg, WPARAM wParam, LPARAM /*lParam*/) {
 void SCAN_DIALOG::InvalidateFeedImage(HWND hDlg) {
   RECT area = {};
   GetWindowRect(GetDlgItem(hDlg, IDC_FEED_IMAGE), &area);
-  area.right = area.left + FEED_IMAGE_WIDTH;
-  area.bottom = area.top + FEED_IMAGE_HEIGHT;
+  area.right = area.left + kFeedImageWidth;
+  area.bottom = area.top + kFeedImageHeight;
   // Both corners in one call, which keeps left and right in order when the dialog is mirrored.
   MapWindowPoints(nullptr, hDlg, reinterpret_cast<POINT*>(&area), 2);
   InvalidateRect(hDlg, &area, FALSE);

@@ -10,7 +10,7 @@ using platform::ComPtr;
 
 namespace {
 
-constexpr LONG FEED_CAPABILITY = 0x001;  // FEED of WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES
+constexpr LONG kFeedCapability = 0x001;  // FEED of WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES
 
 PROPSPEC PropertyById(PROPID id) {
   PROPSPEC property = {};
@@ -69,7 +69,7 @@ void SCAN_DIALOG::ReadFeederCapability() {
   const PROPSPEC property = PropertyById(WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES);
   platform::ScopedPropVariant value;
   if (storage->ReadMultiple(1, &property, value.put()) == S_OK && IsInteger(value.get())) {
-    m_bHasFeeder = (value.get().lVal & FEED_CAPABILITY) != 0;
+    m_bHasFeeder = (value.get().lVal & kFeedCapability) != 0;
   }
 }
 

@@ -20,10 +20,10 @@ using platform::ComPtr;
 namespace {
 
 // {6BDD1FC6-810F-11D0-BEC7-08002BE2092F}: GUID_DEVINTERFACE_IMAGE
-constexpr GUID DEVINTERFACE_IMAGE = {0x6BDD1FC6, 0x810F, 0x11D0, {0xBE, 0xC7, 0x08, 0x00, 0x2B, 0xE2, 0x09, 0x2F}};
+constexpr GUID kDevinterfaceImage = {0x6BDD1FC6, 0x810F, 0x11D0, {0xBE, 0xC7, 0x08, 0x00, 0x2B, 0xE2, 0x09, 0x2F}};
 
 platform::DeviceInfoSet PresentImageDevices() {
-  const HDEVINFO devices = SetupDiGetClassDevsExW(&DEVINTERFACE_IMAGE, nullptr, nullptr,
+  const HDEVINFO devices = SetupDiGetClassDevsExW(&kDevinterfaceImage, nullptr, nullptr,
                                                   DIGCF_PRESENT | DIGCF_DEVICEINTERFACE, nullptr, nullptr, nullptr);
   return platform::DeviceInfoSet(devices != INVALID_HANDLE_VALUE ? devices : nullptr);
 }
@@ -72,7 +72,7 @@ void SetTitleFromRegistry(HWND hDlg, const wchar_t* deviceId) {
   }
   SP_DEVICE_INTERFACE_DATA interfaceData = {};
   interfaceData.cbSize = sizeof(interfaceData);
-  for (DWORD index = 0; SetupDiEnumDeviceInterfaces(devices.get(), nullptr, &DEVINTERFACE_IMAGE, index, &interfaceData);
+  for (DWORD index = 0; SetupDiEnumDeviceInterfaces(devices.get(), nullptr, &kDevinterfaceImage, index, &interfaceData);
        ++index) {
     SP_DEVINFO_DATA device = {};
     wchar_t name[MAX_PATH] = {};

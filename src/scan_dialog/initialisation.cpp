@@ -5,22 +5,22 @@
 
 #include <iterator>
 
+#include "core/settings_catalogue.h"
 #include "platform/module_instance.h"
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
-#include "core/settings_catalogue.h"
 
 namespace {
 
-constexpr int LIST_TEXT_CAPACITY = 260;
-constexpr int ZOOM_TEXT_CAPACITY = 256;
+constexpr int kListTextCapacity = 260;
+constexpr int kZoomTextCapacity = 256;
 
-constexpr int TOOL_ICON_SIZE = 20;      // pixels
-constexpr int STATUS_ICON_SIZE = 16;    // pixels
-constexpr int CURSOR_ICON_SIZE = 16;    // pixels
-constexpr int CURSOR_SIZE = 32;         // pixels
-constexpr int STATUS_PART_WIDTH = 150;  // dialog client pixels
+constexpr int kToolIconSize = 20;      // pixels
+constexpr int kStatusIconSize = 16;    // pixels
+constexpr int kCursorIconSize = 16;    // pixels
+constexpr int kCursorSize = 32;        // pixels
+constexpr int kStatusPartWidth = 150;  // dialog client pixels
 
 // True when the user measures in inches. LOCALE_IMEASURE is "0" for metric and "1" for the United States system.
 bool UsesInches() {
@@ -38,10 +38,10 @@ BOOL CALLBACK AddReadingOrder(HWND child, LPARAM /*parameter*/) {
 // Appends one entry. The settings are read by position, so an entry whose string no table holds takes its place with an
 // empty text.
 void AppendEntry(HWND list, const settings::ListEntry& entry) {
-  wchar_t text[LIST_TEXT_CAPACITY] = {};
+  wchar_t text[kListTextCapacity] = {};
   const wchar_t* shown = entry.text;
   if (shown == nullptr) {
-    g_pLangResource->GetTextW(static_cast<UINT>(entry.stringId), text, LIST_TEXT_CAPACITY);
+    g_pLangResource->GetTextW(static_cast<UINT>(entry.stringId), text, kListTextCapacity);
     shown = text;
   }
   SendMessageW(list, CB_INSERTSTRING, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(shown));
@@ -49,7 +49,7 @@ void AppendEntry(HWND list, const settings::ListEntry& entry) {
 
 HCURSOR LoadDialogCursor(int id) {
   return static_cast<HCURSOR>(
-      LoadImageW(g_hInstance, MAKEINTRESOURCEW(id), IMAGE_CURSOR, CURSOR_SIZE, CURSOR_SIZE, LR_DEFAULTCOLOR));
+      LoadImageW(g_hInstance, MAKEINTRESOURCEW(id), IMAGE_CURSOR, kCursorSize, kCursorSize, LR_DEFAULTCOLOR));
 }
 
 // A mirrored window counts client coordinates from its right edge and mirrors images. The pane and its scroll bar show
@@ -91,7 +91,7 @@ void SCAN_DIALOG::SetReadingOrder() {
 }
 
 void SCAN_DIALOG::SetLabels() {
-  for (const settings::Label& label : settings::LABELS) {
+  for (const settings::Label& label : settings::kLabels) {
     g_pLangResource->SetControlText(m_hDlg, static_cast<UINT>(label.stringId), label.control);
   }
 }
@@ -109,7 +109,7 @@ void SCAN_DIALOG::FillLists() {
     const HWND window = GetDlgItem(m_hDlg, list.control);
     this->*windows[i] = window;
     for (const settings::ListEntry& entry : list.entries) {
-      if (&list != &settings::RESOLUTION || settings::IsResolutionOffered(entry, m_bRes400, m_bRes600)) {
+      if (&list != &settings::kResolution || settings::IsResolutionOffered(entry, m_bRes400, m_bRes600)) {
         AppendEntry(window, entry);
       }
     }
@@ -121,8 +121,8 @@ void SCAN_DIALOG::TakeOtherControls() {
   // Each end is a signed 16-bit word.
   SendMessageW(
       m_hwndBrightness, TBM_SETRANGE, TRUE,
-      MAKELPARAM(static_cast<WORD>(settings::BRIGHTNESS_MINIMUM), static_cast<WORD>(settings::BRIGHTNESS_MAXIMUM)));
-  SendMessageW(m_hwndBrightness, TBM_SETPOS, TRUE, settings::BRIGHTNESS_DEFAULT);
+      MAKELPARAM(static_cast<WORD>(settings::kBrightnessMinimum), static_cast<WORD>(settings::kBrightnessMaximum)));
+  SendMessageW(m_hwndBrightness, TBM_SETPOS, TRUE, settings::kBrightnessDefault);
   m_hwndAutoBrightness = GetDlgItem(m_hDlg, IDC_AUTO_BRIGHTNESS);
   m_hwndReverseImage = GetDlgItem(m_hDlg, IDC_REVERSE_IMAGE);
   m_hwndToolSelect = GetDlgItem(m_hDlg, IDC_TOOL_SELECT);
@@ -138,10 +138,10 @@ void SCAN_DIALOG::CreateStatusBar() {
   m_hwndStatusBar =
       CreateWindowExW(0, STATUSCLASSNAMEW, nullptr, WS_CHILD | WS_VISIBLE | CCS_BOTTOM, 0, 0, 0, 0, m_hDlg,
                       reinterpret_cast<HMENU>(static_cast<INT_PTR>(IDC_STATUS_BAR)), g_hInstance, nullptr);
-  const int rightEdges[] = {client.right - 2 * STATUS_PART_WIDTH, client.right - STATUS_PART_WIDTH, client.right};
+  const int rightEdges[] = {client.right - 2 * kStatusPartWidth, client.right - kStatusPartWidth, client.right};
   SendMessageW(m_hwndStatusBar, SB_SETPARTS, std::size(rightEdges), reinterpret_cast<LPARAM>(rightEdges));
-  const HICON position = LoadDialogIcon(IDI_AREA_POSITION, STATUS_ICON_SIZE);
-  const HICON size = LoadDialogIcon(IDI_AREA_SIZE, STATUS_ICON_SIZE);
+  const HICON position = LoadDialogIcon(IDI_AREA_POSITION, kStatusIconSize);
+  const HICON size = LoadDialogIcon(IDI_AREA_SIZE, kStatusIconSize);
   SendMessageW(m_hwndStatusBar, SB_SETICON, 1, reinterpret_cast<LPARAM>(position));
   SendMessageW(m_hwndStatusBar, SB_SETICON, 2, reinterpret_cast<LPARAM>(size));
 }
@@ -175,16 +175,16 @@ void SCAN_DIALOG::LoadPaneCursors() {
   m_hCurCross = m_cursorCross.get();
   m_hCurSizeNWSE = m_cursorSizeNWSE.get();
   // The platform takes an icon wherever it takes a cursor.
-  m_hCurPan = LoadDialogIcon(IDI_PAN, CURSOR_ICON_SIZE);
-  m_hCurZoomIn = LoadDialogIcon(IDI_ZOOM_IN, CURSOR_ICON_SIZE);
-  m_hCurZoomOut = LoadDialogIcon(IDI_ZOOM_OUT, CURSOR_ICON_SIZE);
-  m_hCurPanning = LoadDialogIcon(IDI_PANNING, CURSOR_ICON_SIZE);
+  m_hCurPan = LoadDialogIcon(IDI_PAN, kCursorIconSize);
+  m_hCurZoomIn = LoadDialogIcon(IDI_ZOOM_IN, kCursorIconSize);
+  m_hCurZoomOut = LoadDialogIcon(IDI_ZOOM_OUT, kCursorIconSize);
+  m_hCurPanning = LoadDialogIcon(IDI_PANNING, kCursorIconSize);
   m_hCurArrow = LoadCursorW(nullptr, IDC_ARROW);
 }
 
 void SCAN_DIALOG::SetToolIcons() {
   const auto setIcon = [this](HWND button, int icon) {
-    SendMessageW(button, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(LoadDialogIcon(icon, TOOL_ICON_SIZE)));
+    SendMessageW(button, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(LoadDialogIcon(icon, kToolIconSize)));
   };
   setIcon(m_hwndToolSelect, IDI_TOOL_SELECT);
   setIcon(m_hwndToolZoom, IDI_ZOOM_IN);
@@ -194,13 +194,13 @@ void SCAN_DIALOG::SetToolIcons() {
 
 void SCAN_DIALOG::FillZoomList() {
   const HWND list = GetDlgItem(m_hDlg, IDC_ZOOM_LIST);
-  for (const settings::ZoomStep& step : settings::ZOOM_TABLE) {
-    wchar_t text[ZOOM_TEXT_CAPACITY] = {};
-    g_pLangResource->GetTextW(static_cast<UINT>(step.stringId), text, ZOOM_TEXT_CAPACITY);
+  for (const settings::ZoomStep& step : settings::kZoomTable) {
+    wchar_t text[kZoomTextCapacity] = {};
+    g_pLangResource->GetTextW(static_cast<UINT>(step.stringId), text, kZoomTextCapacity);
     const LRESULT item = SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text));
     SendMessageW(list, CB_SETITEMDATA, static_cast<WPARAM>(item), step.percent);
   }
-  SendMessageW(list, CB_SETCURSEL, settings::ZOOM_DEFAULT_INDEX, 0);
+  SendMessageW(list, CB_SETCURSEL, settings::kZoomDefaultIndex, 0);
 }
 
 HICON SCAN_DIALOG::LoadDialogIcon(int id, int size) {

@@ -8,10 +8,10 @@
 
 #include <vector>
 
+#include "core/geometry.h"
 #include "dialog/base_dialog.h"
 #include "platform/scoped.h"
 #include "platform/wia2.h"
-#include "core/geometry.h"
 #include "scanning/image_file.h"
 
 namespace scanning {

@@ -5,9 +5,9 @@
 
 #include <iterator>
 
-#include "scan_dialog/scan_dialog.h"
-#include "core/settings_catalogue.h"
 #include "core/scan_properties.h"
+#include "core/settings_catalogue.h"
+#include "scan_dialog/scan_dialog.h"
 
 namespace {
 
@@ -32,22 +32,22 @@ int SelectedResolution(HWND list) {
 }  // namespace
 
 void SCAN_DIALOG::SetDefaults() {
-  Select(m_hwndOriginalSize, settings::ORIGINAL_SIZE.defaultIndex);
-  Select(m_hwndPlacement, settings::PLACEMENT.defaultIndex);
+  Select(m_hwndOriginalSize, settings::kOriginalSize.defaultIndex);
+  Select(m_hwndPlacement, settings::kPlacement.defaultIndex);
   if (m_bHasFeeder) {
-    Select(m_hwndFeedMethod, settings::FEED_METHOD_AUTO_INDEX);
+    Select(m_hwndFeedMethod, settings::kFeedMethodAutoIndex);
   } else {
-    Select(m_hwndFeedMethod, settings::FEED_METHOD_PLATEN_INDEX);
+    Select(m_hwndFeedMethod, settings::kFeedMethodPlatenIndex);
     DisableControl(m_hDlg, IDC_FEED_METHOD);
   }
-  Select(m_hwndQuality, settings::ORIGINAL_QUALITY.defaultIndex);
-  Select(m_hwndScanMethod, settings::SCAN_METHOD.defaultIndex);
-  Select(m_hwndSendSize, settings::SEND_SIZE.defaultIndex);
+  Select(m_hwndQuality, settings::kOriginalQuality.defaultIndex);
+  Select(m_hwndScanMethod, settings::kScanMethod.defaultIndex);
+  Select(m_hwndSendSize, settings::kSendSize.defaultIndex);
   DisableControl(m_hDlg, IDC_SEND_SIZE);
   DisableControl(m_hDlg, IDC_SEND_SIZE_LABEL);
-  Select(m_hwndScanColor, settings::SCAN_COLOR.defaultIndex);
-  Select(m_hwndResolution, settings::RESOLUTION.defaultIndex);
-  SendMessageW(m_hwndBrightness, TBM_SETPOS, TRUE, settings::BRIGHTNESS_DEFAULT);
+  Select(m_hwndScanColor, settings::kScanColor.defaultIndex);
+  Select(m_hwndResolution, settings::kResolution.defaultIndex);
+  SendMessageW(m_hwndBrightness, TBM_SETPOS, TRUE, settings::kBrightnessDefault);
   SendMessageW(m_hwndAutoBrightness, BM_SETCHECK, BST_UNCHECKED, 0);
   EnableControl(m_hDlg, IDC_BRIGHTNESS);
 }

@@ -11,11 +11,11 @@
 #include <new>
 #include <optional>
 
+#include "core/page_edit.h"
 #include "platform/debug_trace.h"
 #include "platform/gdiplus_owners.h"
 #include "platform/scoped.h"
 #include "resources/resource_ids.h"
-#include "core/page_edit.h"
 #include "scanning/jpeg_encoder.h"
 #include "scanning/jpeg_file.h"
 
@@ -35,7 +35,7 @@ struct Frame {
   double bottom;
 };
 
-bool Exists(const wchar_t* path) { return ::GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES; }
+bool Exists(const wchar_t* path) { return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES; }
 
 QuarterTurns TurnsOfType(int rotationType) {
   switch (rotationType) {
@@ -69,9 +69,9 @@ class PageReader {
  public:
   // The file stays open while this lives.
   bool Open(const wchar_t* path) {
-    if (FAILED(::CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_factory))) ||
+    if (FAILED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_factory))) ||
         FAILED(m_factory->CreateStream(&m_stream)) || FAILED(m_stream->InitializeFromFilename(path, GENERIC_READ)) ||
-        FAILED(::CoCreateInstance(CLSID_WICJpegDecoder, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_decoder))) ||
+        FAILED(CoCreateInstance(CLSID_WICJpegDecoder, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_decoder))) ||
         FAILED(m_decoder->Initialize(m_stream.Get(), WICDecodeMetadataCacheOnDemand)) ||
         FAILED(m_decoder->GetFrame(0, &m_frame)) || FAILED(m_frame->GetSize(&m_width, &m_height)) ||
         FAILED(m_frame->GetResolution(&m_dpiX, &m_dpiY))) {
@@ -214,8 +214,8 @@ bool SaveAsNewFile(Gdiplus::GpImage* image, const CLSID& encoder, const wchar_t*
     return false;
   }
   platform::ComPtr<IStream> stream;
-  if (FAILED(::SHCreateStreamOnFileEx(path, STGM_READWRITE | STGM_SHARE_EXCLUSIVE, FILE_ATTRIBUTE_NORMAL, TRUE, nullptr,
-                                      &stream))) {
+  if (FAILED(SHCreateStreamOnFileEx(path, STGM_READWRITE | STGM_SHARE_EXCLUSIVE, FILE_ATTRIBUTE_NORMAL, TRUE, nullptr,
+                                    &stream))) {
     return false;
   }
   const bool saved = SaveAsJpeg(image, encoder, stream.Get()) && SUCCEEDED(stream->Commit(STGC_DEFAULT));
@@ -224,15 +224,15 @@ bool SaveAsNewFile(Gdiplus::GpImage* image, const CLSID& encoder, const wchar_t*
   if (saved && IsWholeJpeg(path)) {
     return true;
   }
-  ::DeleteFileW(path);
+  DeleteFileW(path);
   return false;
 }
 
 // Rewrites the file through a temporary one beside it; see the header for what remains of a failure.
 BOOL Rewrite(const wchar_t* path, const wchar_t* suffix, QuarterTurns turns, const Frame* frame) {
   wchar_t temporary[MAX_PATH] = {};
-  if (path == nullptr || FAILED(::StringCchCopyW(temporary, MAX_PATH, path)) ||
-      FAILED(::StringCchCatW(temporary, MAX_PATH, suffix))) {
+  if (path == nullptr || FAILED(StringCchCopyW(temporary, MAX_PATH, path)) ||
+      FAILED(StringCchCatW(temporary, MAX_PATH, suffix))) {
     return FALSE;
   }
   DebugTrace(L"SCAN_DIALOG::rotateImageFile tmpFile = %s", temporary);
@@ -246,12 +246,12 @@ BOOL Rewrite(const wchar_t* path, const wchar_t* suffix, QuarterTurns turns, con
       return FALSE;
     }
   }
-  if (!::DeleteFileW(path)) {
-    ::DeleteFileW(temporary);
+  if (!DeleteFileW(path)) {
+    DeleteFileW(temporary);
     return FALSE;
   }
   // From here on the temporary file is the image: it stays when it cannot be renamed.
-  return ::MoveFileW(temporary, path) ? TRUE : FALSE;
+  return MoveFileW(temporary, path) ? TRUE : FALSE;
 }
 
 }  // namespace
@@ -320,9 +320,9 @@ void FollowImage(wchar_t* path) {
   }
   for (const wchar_t* suffix : {kTurnSuffix, kTrimSuffix}) {
     wchar_t temporary[MAX_PATH] = {};
-    if (SUCCEEDED(::StringCchCopyW(temporary, MAX_PATH, path)) &&
-        SUCCEEDED(::StringCchCatW(temporary, MAX_PATH, suffix)) && Exists(temporary)) {
-      ::StringCchCopyW(path, MAX_PATH, temporary);
+    if (SUCCEEDED(StringCchCopyW(temporary, MAX_PATH, path)) && SUCCEEDED(StringCchCatW(temporary, MAX_PATH, suffix)) &&
+        Exists(temporary)) {
+      StringCchCopyW(path, MAX_PATH, temporary);
       return;
     }
   }

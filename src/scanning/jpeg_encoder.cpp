@@ -9,8 +9,8 @@
 #include <optional>
 #include <span>
 
-#include "platform/scoped.h"
 #include "core/jpeg_strips.h"
+#include "platform/scoped.h"
 
 namespace scanning {
 namespace {
@@ -24,7 +24,7 @@ constexpr std::int64_t kFewPixels = 50'000;
 
 int ThreadsFor(std::int64_t pixels) {
   SYSTEM_INFO system = {};
-  ::GetSystemInfo(&system);
+  GetSystemInfo(&system);
   return static_cast<int>(std::min<std::int64_t>(
       {std::int64_t{kMostThreads}, std::int64_t{system.dwNumberOfProcessors}, pixels / kFewPixels}));
 }
@@ -109,18 +109,18 @@ class EncodedProperties {
 class EncodedStrip {
  public:
   bool Encode(Gdiplus::GpImage* rows, const CLSID& encoder, std::size_t expectedSize) {
-    platform::GlobalBlock block(::GlobalAlloc(GMEM_MOVEABLE, expectedSize));
-    if (!block || FAILED(::CreateStreamOnHGlobal(block.get(), TRUE, &m_stream))) {
+    platform::GlobalBlock block(GlobalAlloc(GMEM_MOVEABLE, expectedSize));
+    if (!block || FAILED(CreateStreamOnHGlobal(block.get(), TRUE, &m_stream))) {
       return false;
     }
     static_cast<void>(block.release());  // the stream frees it
     HGLOBAL memory = nullptr;
     ULARGE_INTEGER end = {};
     if (gdip::GdipSaveImageToStream(rows, m_stream.Get(), &encoder, nullptr) != Gdiplus::Ok ||
-        FAILED(m_stream->Seek({}, STREAM_SEEK_CUR, &end)) || FAILED(::GetHGlobalFromStream(m_stream.Get(), &memory))) {
+        FAILED(m_stream->Seek({}, STREAM_SEEK_CUR, &end)) || FAILED(GetHGlobalFromStream(m_stream.Get(), &memory))) {
       return false;
     }
-    const auto* const first = static_cast<const std::uint8_t*>(::GlobalLock(memory));
+    const auto* const first = static_cast<const std::uint8_t*>(GlobalLock(memory));
     if (first == nullptr) {
       return false;
     }
@@ -132,7 +132,7 @@ class EncodedStrip {
 
  private:
   platform::ComPtr<IStream> m_stream;
-  platform::Unique<HGLOBAL, &::GlobalUnlock> m_lock;
+  platform::Unique<HGLOBAL, &GlobalUnlock> m_lock;
   JpegBytes m_bytes;
 };
 
@@ -159,7 +159,7 @@ class StripEncoder {
       std::array<Thread, kMostThreads - 1> others;
       std::generate_n(others.begin(), threads - 1, [this] {
         // Without it the strips are left to the others.
-        return Thread(::CreateThread(nullptr, 0, &OnThread, this, 0, nullptr));
+        return Thread(CreateThread(nullptr, 0, &OnThread, this, 0, nullptr));
       });
       Work();
     }
@@ -170,17 +170,17 @@ class StripEncoder {
 
  private:
   static void Join(HANDLE thread) {
-    ::WaitForSingleObject(thread, INFINITE);
-    ::CloseHandle(thread);
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
   }
   using Thread = platform::Unique<HANDLE, &Join>;
 
   static DWORD WINAPI OnThread(void* encoder) {
     // Some versions of GDI+ create their codecs as COM objects.
-    const HRESULT initialised = ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    const HRESULT initialised = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     static_cast<StripEncoder*>(encoder)->Work();
     if (SUCCEEDED(initialised)) {
-      ::CoUninitialize();
+      CoUninitialize();
     }
     return 0;
   }

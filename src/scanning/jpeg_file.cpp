@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-#include "platform/scoped.h"
 #include "core/jpeg_header.h"
+#include "platform/scoped.h"
 
 namespace scanning {
 namespace {
@@ -13,28 +13,28 @@ class FileBytes final : public ByteSource {
   // Reads nothing when the file can't be opened.
   explicit FileBytes(const wchar_t* path) {
     constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const HANDLE opened = ::CreateFileW(path, GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE opened = CreateFileW(path, GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr);
     m_file.reset(opened != INVALID_HANDLE_VALUE ? opened : nullptr);
   }
 
   std::int64_t Size() const override {
     LARGE_INTEGER size = {};
-    return m_file != nullptr && ::GetFileSizeEx(m_file.get(), &size) ? size.QuadPart : 0;
+    return m_file != nullptr && GetFileSizeEx(m_file.get(), &size) ? size.QuadPart : 0;
   }
 
   std::size_t ReadAt(std::int64_t offset, std::span<std::uint8_t> bytes) const override {
     LARGE_INTEGER position = {};
     position.QuadPart = offset;
     DWORD count = 0;
-    if (m_file == nullptr || !::SetFilePointerEx(m_file.get(), position, nullptr, FILE_BEGIN) ||
-        !::ReadFile(m_file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr)) {
+    if (m_file == nullptr || !SetFilePointerEx(m_file.get(), position, nullptr, FILE_BEGIN) ||
+        !ReadFile(m_file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr)) {
       return 0;
     }
     return count;
   }
 
  private:
-  platform::Unique<HANDLE, &::CloseHandle> m_file;
+  platform::Unique<HANDLE, &CloseHandle> m_file;
 };
 
 }  // namespace

@@ -8,7 +8,7 @@
 namespace scanning {
 namespace {
 
-constexpr wchar_t EXTENSION[] = L".JPG";
+constexpr wchar_t kExtension[] = L".JPG";
 
 bool TemporaryFolder(wchar_t* folder) {
   DWORD length = GetTempPathW(MAX_PATH, folder);
@@ -38,7 +38,7 @@ HRESULT MakeDestinationPath(const wchar_t* folder, const wchar_t* fileName, wcha
     result = StringCchCatW(path, MAX_PATH, fileName);
   }
   if (SUCCEEDED(result)) {
-    result = StringCchCatW(path, MAX_PATH, EXTENSION);
+    result = StringCchCatW(path, MAX_PATH, kExtension);
   }
   return result;
 }

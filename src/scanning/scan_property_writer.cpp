@@ -1,15 +1,15 @@
 // Writing the settings to the device's item.
 #include <windows.h>
 
+#include "core/scan_properties.h"
 #include "platform/wia2.h"
 #include "scan_dialog/scan_dialog.h"
-#include "core/scan_properties.h"
 
 namespace {
 
 // WIA reserves the identifiers below for itself; WriteMultiple takes the first one that may be given a name.
-constexpr PROPID FIRST_NAMED_PROPERTY = WIA_IPS_FIRST;
-static_assert(FIRST_NAMED_PROPERTY == 6146);
+constexpr PROPID kFirstNamedProperty = WIA_IPS_FIRST;
+static_assert(kFirstNamedProperty == 6146);
 
 static_assert(static_cast<PROPID>(scanning::PropertyId::Format) == (WIA_IPA_FORMAT));
 static_assert(static_cast<PROPID>(scanning::PropertyId::DataType) == (WIA_IPA_DATATYPE));
@@ -28,8 +28,8 @@ HRESULT SCAN_DIALOG::SetScanProperties(IWiaPropertyStorage* storage, int preview
   const scanning::ScanPropertyBatch batch = scanning::BuildScanProperties(ReadSettings(), previewFlag != 0);
 
   GUID format = WiaImgFmt_JPEG;
-  PROPSPEC ids[scanning::MAXIMUM_SCAN_PROPERTIES] = {};
-  PROPVARIANT values[scanning::MAXIMUM_SCAN_PROPERTIES] = {};
+  PROPSPEC ids[scanning::kMaximumScanProperties] = {};
+  PROPVARIANT values[scanning::kMaximumScanProperties] = {};
   for (std::size_t i = 0; i < batch.count; ++i) {
     const scanning::ScanProperty& property = batch.properties[i];
     ids[i].ulKind = PRSPEC_PROPID;
@@ -42,5 +42,5 @@ HRESULT SCAN_DIALOG::SetScanProperties(IWiaPropertyStorage* storage, int preview
       values[i].lVal = property.value;
     }
   }
-  return storage->WriteMultiple(static_cast<ULONG>(batch.count), ids, values, FIRST_NAMED_PROPERTY);
+  return storage->WriteMultiple(static_cast<ULONG>(batch.count), ids, values, kFirstNamedProperty);
 }

@@ -3,11 +3,11 @@
 
 #include <new>
 
+#include "core/settings_catalogue.h"
 #include "platform/debug_trace.h"
 #include "platform/scoped.h"
 #include "platform/wia2.h"
 #include "scan_dialog/scan_dialog.h"
-#include "core/settings_catalogue.h"
 #include "scanning/image_file.h"
 #include "scanning/scan_file_names.h"
 #include "scanning/transfer_callback.h"
@@ -58,7 +58,7 @@ HRESULT SCAN_DIALOG::TransferImage(int previewFlag) {
   if (previewFlag != 0) {
     ClearPreview();
   }
-  const bool platen = SendMessageW(m_hwndFeedMethod, CB_GETCURSEL, 0, 0) == settings::FEED_METHOD_PLATEN_INDEX;
+  const bool platen = SendMessageW(m_hwndFeedMethod, CB_GETCURSEL, 0, 0) == settings::kFeedMethodPlatenIndex;
   HRESULT result = S_OK;
   const ComPtr<IWiaItem2> item = FirstChildItem(platen ? WIA_CATEGORY_FLATBED : WIA_CATEGORY_FEEDER, &result);
   if (item == nullptr) {

@@ -21,7 +21,7 @@ struct DeviceError {
   UINT stringId;
 };
 
-constexpr DeviceError DEVICE_ERRORS[] = {
+constexpr DeviceError kDeviceErrors[] = {
     {static_cast<HRESULT>(0x800403E9), IDS_ERROR_NO_PAPER},
     {static_cast<HRESULT>(0x800403EA), IDS_ERROR_PAPER_JAM},
     {static_cast<HRESULT>(0x800403EB), IDS_ERROR_BUSY},
@@ -114,9 +114,9 @@ HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, 
     return S_OK;
   }
   const HRESULT status = pWiaTransferParams->hrErrorStatus;
-  const auto error = std::find_if(std::begin(DEVICE_ERRORS), std::end(DEVICE_ERRORS),
+  const auto error = std::find_if(std::begin(kDeviceErrors), std::end(kDeviceErrors),
                                   [status](const DeviceError& known) { return known.status == status; });
-  if (error != std::end(DEVICE_ERRORS)) {
+  if (error != std::end(kDeviceErrors)) {
     // On another thread the box has no owner: disabling the dialog would wait for its thread, which waits in Download.
     const bool onDialogThread = GetWindowThreadProcessId(m_hwndOwner, nullptr) == GetCurrentThreadId();
     g_pLangResource->ShowMessage(onDialogThread ? m_hwndOwner : nullptr, error->stringId);

@@ -11,7 +11,7 @@ DialogDriver::DialogDriver(std::function<void(HWND)> action)
         HWND dialog = nullptr;
         while (!m_stop && dialog == nullptr) {
           dialog = FindScanDialog();
-          ::Sleep(5);
+          Sleep(5);
         }
         if (dialog != nullptr) {
           action(dialog);
@@ -31,18 +31,18 @@ MessageBoxCloser::~MessageBoxCloser() {
 
 void MessageBoxCloser::Run(const std::wstring& caption) {
   while (!m_stop) {
-    const HWND box = ::FindWindowW(L"#32770", caption.c_str());
-    const HWND text = box != nullptr ? ::GetDlgItem(box, 0xFFFF) : nullptr;
-    if (text != nullptr && ::IsWindowVisible(box)) {
+    const HWND box = FindWindowW(L"#32770", caption.c_str());
+    const HWND text = box != nullptr ? GetDlgItem(box, 0xFFFF) : nullptr;
+    if (text != nullptr && IsWindowVisible(box)) {
       wchar_t shown[1024] = {};
-      ::GetWindowTextW(text, shown, 1024);
+      GetWindowTextW(text, shown, 1024);
       m_texts.emplace_back(shown);
-      ::SendMessageW(box, WM_COMMAND, IDOK, 0);
-      while (!m_stop && ::IsWindow(box)) {
-        ::Sleep(5);
+      SendMessageW(box, WM_COMMAND, IDOK, 0);
+      while (!m_stop && IsWindow(box)) {
+        Sleep(5);
       }
     }
-    ::Sleep(10);
+    Sleep(10);
   }
 }
 

@@ -27,7 +27,7 @@ using simulator::AllocationFault, simulator::DialogDriver, simulator::HandleMess
 class TestDialog : public SCAN_DIALOG {
  public:
   using Script = std::function<void(TestDialog&)>;
-  static constexpr UINT RUN_SCRIPT = WM_APP + 0x77;
+  static constexpr UINT kRunScript = WM_APP + 0x77;
 
   using BASE_DIALOG::m_bButtonDown, BASE_DIALOG::m_bMouseInPane, BASE_DIALOG::m_bPanTool, BASE_DIALOG::m_bRightToLeft;
   using BASE_DIALOG::m_bSelecting, BASE_DIALOG::m_bSelectTool, BASE_DIALOG::m_bZoomTool, BASE_DIALOG::m_hDlg;
@@ -50,11 +50,11 @@ class TestDialog : public SCAN_DIALOG {
 
   INT_PTR OnInitDialog(HWND hDlg, WPARAM wParam, LPARAM lParam) override {
     const INT_PTR result = SCAN_DIALOG::OnInitDialog(hDlg, wParam, lParam);
-    PostMessageW(hDlg, RUN_SCRIPT, 0, 0);
+    PostMessageW(hDlg, kRunScript, 0, 0);
     return result;
   }
   INT_PTR OnAppMessage(HWND hDlg, UINT message, WPARAM, LPARAM) override {
-    if (message == RUN_SCRIPT && script) {
+    if (message == kRunScript && script) {
       HandleMessages(hDlg);
       const Script once = std::move(script);
       script = nullptr;

@@ -15,7 +15,7 @@ class PageReceiver final : public IWiaTransferCallback {
   ULONG STDMETHODCALLTYPE AddRef() override { return ++references; }
   ULONG STDMETHODCALLTYPE Release() override { return --references; }
   HRESULT STDMETHODCALLTYPE TransferCallback(LONG, WiaTransferParams* parameters) override {
-    thread = ::GetCurrentThreadId();
+    thread = GetCurrentThreadId();
     if (parameters == nullptr) {
       ++nullRecords;
     } else if (parameters->lMessage == WIA_TRANSFER_MSG_STATUS) {
@@ -26,7 +26,7 @@ class PageReceiver final : public IWiaTransferCallback {
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE GetNextStream(LONG, BSTR, BSTR, IStream** stream) override {
-    ::CreateStreamOnHGlobal(nullptr, TRUE, &pages.emplace_back());
+    CreateStreamOnHGlobal(nullptr, TRUE, &pages.emplace_back());
     return refuse ? STG_E_ACCESSDENIED : pages.back().CopyTo(stream);
   }
 

@@ -3,13 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/screen_pixels.h"
 #include "tests/support/dialog_harness.h"
+#include "tests/support/screen_pixels.h"
 
 namespace harness {
 
-constexpr COLORREF DARK_GREY = RGB(64, 64, 64);
-constexpr int ZOOM_PERCENT[] = {50, 75, 100, 150, 200, 300, 400};
+constexpr COLORREF kDarkGrey = RGB(64, 64, 64);
+constexpr int kZoomPercent[] = {50, 75, 100, 150, 200, 300, 400};
 
 inline double Scale(int percent) { return percent / 100.0 * 0.12; }
 
@@ -40,7 +40,7 @@ struct PaneScreen : simulator::ScreenPixels {
     const struct {
       DWORD color;
       char letter;
-    } known[] = {{0xFF0000, 'R'}, {0x00FF00, 'G'}, {0x0000FF, 'B'}, {0xFFFF00, 'Y'}, {DARK_GREY, 'k'}, {0, 'K'}};
+    } known[] = {{0xFF0000, 'R'}, {0x00FF00, 'G'}, {0x0000FF, 'B'}, {0xFFFF00, 'Y'}, {kDarkGrey, 'k'}, {0, 'K'}};
     for (const auto& k : known) {
       if (isClose(k.color)) return k.letter;
     }

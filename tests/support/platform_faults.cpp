@@ -47,35 +47,35 @@ constexpr PlatformCalls kGraphics = PlatformCalls::graphics;
 
 // What the library calls. The index is the place in this list; the deletion of files comes first.
 const Redirection kRedirections[] = {
-    Redirect<0, kFiles, FALSE>("DeleteFileW", &::DeleteFileW),
-    Redirect<1, kFiles, FALSE>("MoveFileW", &::MoveFileW),
-    Redirect<2, kFiles, -1>("CreateFileW", &::CreateFileW),
-    Redirect<3, kFiles, FALSE>("ReadFile", &::ReadFile),
-    Redirect<4, kFiles, FALSE>("GetFileSizeEx", &::GetFileSizeEx),
-    Redirect<5, kFiles, 0>("GetTempPathW", &::GetTempPathW),
-    Redirect<6, kFiles, 0>("GetTempFileNameW", &::GetTempFileNameW),
-    Redirect<7, kFiles, E_ACCESSDENIED>("SHCreateStreamOnFileEx", &::SHCreateStreamOnFileEx),
-    Redirect<8, kMemory, 0>("SysAllocString", &::SysAllocString),
-    Redirect<9, kMemory, 0>("CoTaskMemAlloc", &::CoTaskMemAlloc),
-    Redirect<10, kMemory, 0>("GlobalAlloc", &::GlobalAlloc),
-    Redirect<11, kGraphics, 0>("GetDC", &::GetDC),
-    Redirect<12, kGraphics, 0>("CreatePen", &::CreatePen),
-    Redirect<13, kGraphics, 0>("CreateFontW", &::CreateFontW),
-    Redirect<14, kGraphics, 0>("LoadImageW", &::LoadImageW),
-    Redirect<15, kGraphics, 0>("LoadMenuW", &::LoadMenuW),
+    Redirect<0, kFiles, FALSE>("DeleteFileW", &DeleteFileW),
+    Redirect<1, kFiles, FALSE>("MoveFileW", &MoveFileW),
+    Redirect<2, kFiles, -1>("CreateFileW", &CreateFileW),
+    Redirect<3, kFiles, FALSE>("ReadFile", &ReadFile),
+    Redirect<4, kFiles, FALSE>("GetFileSizeEx", &GetFileSizeEx),
+    Redirect<5, kFiles, 0>("GetTempPathW", &GetTempPathW),
+    Redirect<6, kFiles, 0>("GetTempFileNameW", &GetTempFileNameW),
+    Redirect<7, kFiles, E_ACCESSDENIED>("SHCreateStreamOnFileEx", &SHCreateStreamOnFileEx),
+    Redirect<8, kMemory, 0>("SysAllocString", &SysAllocString),
+    Redirect<9, kMemory, 0>("CoTaskMemAlloc", &CoTaskMemAlloc),
+    Redirect<10, kMemory, 0>("GlobalAlloc", &GlobalAlloc),
+    Redirect<11, kGraphics, 0>("GetDC", &GetDC),
+    Redirect<12, kGraphics, 0>("CreatePen", &CreatePen),
+    Redirect<13, kGraphics, 0>("CreateFontW", &CreateFontW),
+    Redirect<14, kGraphics, 0>("LoadImageW", &LoadImageW),
+    Redirect<15, kGraphics, 0>("LoadMenuW", &LoadMenuW),
     Redirect<16, kGraphics, Gdiplus::Win32Error>("GdiplusStartup", &Gdiplus::GdiplusStartup),
     Redirect<17, kGraphics, Gdiplus::OutOfMemory>("GdipCreateFromHDC", &gdip::GdipCreateFromHDC),
     Redirect<18, kGraphics, Gdiplus::OutOfMemory>("GdipLoadImageFromFile", &gdip::GdipLoadImageFromFile),
     Redirect<19, kGraphics, Gdiplus::OutOfMemory>("GdipCreateBitmapFromScan0", &gdip::GdipCreateBitmapFromScan0),
     Redirect<20, kGraphics, Gdiplus::OutOfMemory>("GdipBitmapLockBits", &gdip::GdipBitmapLockBits),
     Redirect<21, kGraphics, Gdiplus::OutOfMemory>("GdipSaveImageToStream", &gdip::GdipSaveImageToStream),
-    Redirect<22, kGraphics, REGDB_E_CLASSNOTREG>("CoCreateInstance", &::CoCreateInstance),
+    Redirect<22, kGraphics, REGDB_E_CLASSNOTREG>("CoCreateInstance", &CoCreateInstance),
 };
 static_assert(std::size(kRedirections) <= std::size(originals));
 
 // Puts the replacements into the import table of the module that this code is linked into.
 bool RedirectImports() {
-  auto* base = reinterpret_cast<BYTE*>(::GetModuleHandleW(nullptr));
+  auto* base = reinterpret_cast<BYTE*>(GetModuleHandleW(nullptr));
   const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
   const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
   const auto& directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
@@ -93,10 +93,10 @@ bool RedirectImports() {
           continue;
         }
         DWORD protection = 0;
-        ::VirtualProtect(&address->u1.Function, sizeof(address->u1.Function), PAGE_READWRITE, &protection);
+        VirtualProtect(&address->u1.Function, sizeof(address->u1.Function), PAGE_READWRITE, &protection);
         originals[i] = reinterpret_cast<void*>(address->u1.Function);
         address->u1.Function = reinterpret_cast<ULONG_PTR>(kRedirections[i].replacement);
-        ::VirtualProtect(&address->u1.Function, sizeof(address->u1.Function), protection, &protection);
+        VirtualProtect(&address->u1.Function, sizeof(address->u1.Function), protection, &protection);
       }
     }
   }
@@ -123,7 +123,7 @@ bool PlatformFaults::Strikes(PlatformCalls calls, bool deletes) noexcept {
     return false;
   }
   faults->m_refusedDeletions += deletes ? 1 : 0;
-  ::SetLastError(fault.error);
+  SetLastError(fault.error);
   return true;
 }
 

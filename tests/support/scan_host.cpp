@@ -52,8 +52,8 @@ std::string CallsTaken(const SimulatedScanner& scanner) {
 }
 
 void Free(const DEVICEDIALOGDATA2& request) {
-  ::SysFreeString(request.pbstrFilePaths[0]);
-  ::CoTaskMemFree(request.pbstrFilePaths);
+  SysFreeString(request.pbstrFilePaths[0]);
+  CoTaskMemFree(request.pbstrFilePaths);
   request.pWiaItem->Release();
 }
 
@@ -65,11 +65,11 @@ DWORD WINAPI CallBody(void* body) {
 }  // namespace
 
 ScanHost::ScanHost()
-    : m_folderName(::SysAllocString(folder.path.wstring().c_str())), m_fileName(::SysAllocString(kRequestedName)) {}
+    : m_folderName(SysAllocString(folder.path.wstring().c_str())), m_fileName(SysAllocString(kRequestedName)) {}
 
 std::string ScanHost::Run(SimulatedScanner& scanner, HWND owner, const Call& call) {
   for (const std::wstring& name : folder.Names()) {
-    ::DeleteFileW(folder.File(name).c_str());
+    DeleteFileW(folder.File(name).c_str());
   }
   std::ofstream(folder.path / kTakenName, std::ios::binary) << kSomebodyElses;
   const Names before = TemporaryPreviews();
@@ -81,9 +81,9 @@ std::string ScanHost::Run(SimulatedScanner& scanner, HWND owner, const Call& cal
   request.bstrFolderName = m_folderName.get();
   request.bstrFilename = m_fileName.get();
   filesThatMayStay = 0;
-  const ULONGLONG start = ::GetTickCount64();
+  const ULONGLONG start = GetTickCount64();
   const HRESULT result = call(&request);
-  std::string wrong = ::GetTickCount64() - start > patience ? kHang : "";
+  std::string wrong = GetTickCount64() - start > patience ? kHang : "";
   wrong += CallsTaken(scanner);
   scanner.ReleaseKept();
 
@@ -126,7 +126,7 @@ std::string ScanHost::WhatLies(const std::wstring& reportedPath, bool complete) 
   return wrong;
 }
 
-LoadedLibrary::LoadedLibrary(const wchar_t* path) : m_module(::LoadLibraryW(path)) {
+LoadedLibrary::LoadedLibrary(const wchar_t* path) : m_module(LoadLibraryW(path)) {
   using GetClassObject = HRESULT(WINAPI*)(REFCLSID, REFIID, void**);
   const auto get = reinterpret_cast<GetClassObject>(reinterpret_cast<void*>(Function("DllGetClassObject")));
   platform::ComPtr<IClassFactory> factory;
@@ -143,13 +143,13 @@ bool LoadedLibrary::CanUnload() {
 void LoadedLibrary::Unload() {
   m_extension.Reset();
   if (m_module != nullptr) {
-    ::FreeLibrary(m_module);
+    FreeLibrary(m_module);
   }
   m_module = nullptr;
 }
 
 FewGdiObjects::FewGdiObjects(std::size_t left) {
-  while (const HGDIOBJ taken = ::CreateSolidBrush(static_cast<COLORREF>(m_taken.size()))) {
+  while (const HGDIOBJ taken = CreateSolidBrush(static_cast<COLORREF>(m_taken.size()))) {
     m_taken.push_back(taken);
   }
   for (; left > 0 && !m_taken.empty(); --left) {
@@ -164,7 +164,7 @@ FewGdiObjects::~FewGdiObjects() {
 }
 
 void FewGdiObjects::GiveBack() {
-  ::DeleteObject(m_taken.back());
+  DeleteObject(m_taken.back());
   m_taken.pop_back();
 }
 
@@ -190,16 +190,16 @@ std::map<std::string, long long> Growth(int cycles, const std::function<void()>&
 
 void RunOnThread(DWORD apartment, std::size_t stack, const std::function<void()>& body) {
   const std::function<void()> inside = [&] {
-    const HRESULT initialised = ::CoInitializeEx(nullptr, apartment);
+    const HRESULT initialised = CoInitializeEx(nullptr, apartment);
     body();
     if (SUCCEEDED(initialised)) {
-      ::CoUninitialize();
+      CoUninitialize();
     }
   };
-  const platform::Unique<HANDLE, &::CloseHandle> thread(::CreateThread(nullptr, stack, &CallBody,
-                                                                       const_cast<std::function<void()>*>(&inside),
-                                                                       STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
-  ::WaitForSingleObject(thread.get(), INFINITE);
+  const platform::Unique<HANDLE, &CloseHandle> thread(CreateThread(nullptr, stack, &CallBody,
+                                                                   const_cast<std::function<void()>*>(&inside),
+                                                                   STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
+  WaitForSingleObject(thread.get(), INFINITE);
 }
 
 }  // namespace simulator

@@ -52,7 +52,7 @@ class LoadedLibrary {
   void Unload();
 
  private:
-  FARPROC Function(const char* name) const { return ::GetProcAddress(m_module, name); }
+  FARPROC Function(const char* name) const { return GetProcAddress(m_module, name); }
   HMODULE m_module;
   platform::ComPtr<IWiaUIExtension2> m_extension;
 };

@@ -28,7 +28,7 @@ class SimulatedUser {
   // Null until the dialog was found.
   HWND Dialog() const { return m_dialog; }
   // False when the dialog has ended, also while its code still runs.
-  bool IsShown() const { return ::IsWindowVisible(m_dialog) != FALSE; }
+  bool IsShown() const { return IsWindowVisible(m_dialog) != FALSE; }
 
   void Settle() const { HandleMessages(m_dialog); }
   // A button or menu item.

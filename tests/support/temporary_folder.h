@@ -15,7 +15,7 @@ namespace simulator {
 struct TemporaryFolder {
   TemporaryFolder() {
     static int count = 0;
-    const auto name = std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
+    const auto name = std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
     path = std::filesystem::temp_directory_path() / (L"scan-test-" + name);
     std::filesystem::create_directories(path);
   }
