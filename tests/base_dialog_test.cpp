@@ -44,7 +44,7 @@ class SlotRecorder : public BASE_DIALOG {
   INT_PTR OnUserMessage(HWND, UINT, WPARAM, LPARAM) override { return Hit(30); }
   INT_PTR OnAppMessage(HWND, UINT, WPARAM, LPARAM) override { return Hit(31); }
   void UpdatePreviewImage(const wchar_t*) override { Hit(32); }
-  BOOL processImageFile(const wchar_t*, const ImageEditParams&) override { return Hit(33) != 0; }
+  BOOL processImageFile(wchar_t*, const ImageEditParams&) override { return Hit(33) != 0; }
   void ClearPreview() override { Hit(34); }
   void OnHScroll(HWND hDlg, WPARAM, LPARAM) override { Hit(hDlg == m_hDlg ? 35 : -35); }
   void OnVScroll(HWND hDlg, WPARAM, LPARAM) override { Hit(hDlg == m_hDlg ? 36 : -36); }

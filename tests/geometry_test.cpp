@@ -16,6 +16,7 @@
 namespace {
 
 using namespace preview;
+using page::Turn;
 
 // A pane from 400 to 640 over a letter page of 1700 pixels at 200 dpi.
 AxisView Page(double zoom, std::int32_t scroll = 0) { return {400, 640, scroll, 1700, 200, zoom}; }
@@ -154,8 +155,8 @@ TEST(GeometryFrame, CornerAndClamping) {
   const Rect pane = {400, 50, 640, 400};
   const Rect frame = {420, 60, 500, 100};
   for (int d = -6; d <= 6; ++d) {
-    EXPECT_EQ(IsOnResizeCorner({500 + d, 104}, frame), d >= -4 && d <= 4) << d;
-    EXPECT_EQ(IsOnResizeCorner({496, 100 + d}, frame), d >= -4 && d <= 4) << d;
+    EXPECT_EQ(IsOnResizeCorner({500 + d, 104}, frame, kCornerReach), d >= -4 && d <= 4) << d;
+    EXPECT_EQ(IsOnResizeCorner({496, 100 + d}, frame, kCornerReach), d >= -4 && d <= 4) << d;
   }
   const struct {
     Rect drawn;

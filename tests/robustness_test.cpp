@@ -10,7 +10,7 @@
 #include "core/settings_catalogue.h"
 #include "entry/class_factory.h"
 #include "platform/module_state.h"
-#include "scanning/jpeg_file.h"
+#include "scanning/image_file.h"
 #include "simulator/simulated_scanner.h"
 #include "tests/support/damaged_jpeg.h"
 #include "tests/support/dialog_harness.h"
@@ -245,13 +245,13 @@ TEST_F(Robustness, DamagedFiles) {
       const ULONGLONG start = GetTickCount64();
       std::string wrong;
       const bool done =
-          parameters.rotationType >= 2 && scanning::rotateImageFile(parameters.rotationType, file.c_str());
+          parameters.rotationType >= 2 && scanning::rotateImageFile(parameters.rotationType, samples::PathBuffer(file));
       if (!done && ContentOf(file) != content) wrong += "changed by a failure; ";
-      if (done && !scanning::IsWholeJpeg(file.c_str())) wrong += "half a file; ";
+      if (done && !simulator::IsWholeJpeg(file)) wrong += "half a file; ";
       const Content turned = ContentOf(file);
-      if (!scanning::trimImageFile(file.c_str(), 1, 1, parameters.right, 25) && ContentOf(file) != turned)
+      if (!scanning::trimImageFile(samples::PathBuffer(file), 1, 1, parameters.right, 25) && ContentOf(file) != turned)
         wrong += "changed by a failed cut; ";
-      scanning::processImageFile(file.c_str(), parameters);
+      scanning::processImageFile(samples::PathBuffer(file), parameters);
       shown.UpdatePreviewImage(file.c_str());
       shown.Command(IDM_ROTATE_LEFT);
       harness::HandleMessages(shown.m_hDlg);

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <iterator>
 
+using page::Turn;
+
 namespace preview {
 
 namespace {
@@ -96,7 +98,7 @@ std::int32_t CoveredPanePixels(const AxisView& view) {
 }
 
 std::optional<std::int32_t> ScrolledPosition(int request, const ScrollBarState& bar, std::int32_t thumbPosition) {
-  std::int64_t position = bar.position;
+  const std::int64_t position = bar.position;
   std::int64_t step = 0;
   switch (static_cast<ScrollRequest>(request)) {
     case ScrollRequest::LineBack:
@@ -115,13 +117,9 @@ std::optional<std::int32_t> ScrolledPosition(int request, const ScrollBarState& 
       step = thumbPosition - position;
       break;
     case ScrollRequest::ToStart:
-      position = 1;
-      step = -1;
-      break;
+      return 0;
     case ScrollRequest::ToEnd:
-      position = std::int64_t{bar.maximum} - 1;
-      step = 1;
-      break;
+      return bar.maximum;
     default:
       return std::nullopt;
   }
@@ -154,21 +152,7 @@ int NextPercent(std::span<const int> table, int current, ZoomDirection direction
   return found == table.begin() ? current : *std::prev(found);
 }
 
-int DegreesOf(Turn turn) {
-  switch (turn) {
-    case Turn::UpsideDown:
-      return 180;
-    case Turn::Right:
-      return 90;
-    case Turn::Left:
-      return 270;
-    case Turn::None:
-      break;
-  }
-  return 0;
-}
-
-Rect TurnFrame(const Rect& millimetres, Turn turn, double turnedWidthMm, double turnedHeightMm) {
+Rect TurnFrame(const Rect& millimetres, page::Turn turn, double turnedWidthMm, double turnedHeightMm) {
   const Rect& from = millimetres;
   switch (turn) {
     case Turn::UpsideDown:
@@ -209,8 +193,8 @@ Side WithMinimumLength(const Side& millimetres, bool draggedBackwards, double im
   return side;
 }
 
-bool IsOnResizeCorner(const Point& client, const Rect& frameClient) {
-  return Distance(client.x, frameClient.right) < kCornerReach && Distance(client.y, frameClient.bottom) < kCornerReach;
+bool IsOnResizeCorner(const Point& client, const Rect& frameClient, std::int32_t reach) {
+  return Distance(client.x, frameClient.right) < reach && Distance(client.y, frameClient.bottom) < reach;
 }
 
 bool IsInside(const Point& client, const Rect& pane) {

@@ -19,6 +19,8 @@
 #include <optional>
 #include <span>
 
+#include "core/page_edit.h"
+
 namespace preview {
 
 struct Point {
@@ -50,7 +52,7 @@ inline constexpr double kScaleAt100Percent = 0.12;
 // The shortest side of a selection frame.
 inline constexpr std::int32_t kMinimumSideMm = 10;
 
-// Half the side of the square around the frame's bottom-right corner that resizes it, exclusive.
+// Half the side of the square around the frame's bottom-right corner that resizes it, exclusive; pixels at 96 dpi.
 inline constexpr std::int32_t kCornerReach = 5;
 
 // One axis of the pane's view of the image.
@@ -86,7 +88,8 @@ std::int32_t ClientAt(const AxisView& view, std::int32_t millimetres);
 // The moving corner of a rubber band in millimetres: the anchor's image pixel plus the band's unrounded extent.
 std::int32_t MovingCornerMillimetres(const AxisView& view, std::int32_t anchorClient, std::int32_t pointerClient);
 
-// The last client pixel of the axis at which a frame may start or end: the image's end or the pane's, what is nearer.
+// The last client pixel of the axis at which a frame may start or end: the image's end or the pane's, whichever is
+// nearer.
 std::int32_t VisibleImageLimit(const AxisView& view);
 
 // --- Scrolling; offsets in image pixels ------------------------------------------------------------------------------
@@ -146,14 +149,9 @@ int NextPercent(std::span<const int> table, int current, ZoomDirection direction
 
 // --- The selection frame ---------------------------------------------------------------------------------------------
 
-enum class Turn { None, UpsideDown, Right, Left };
-
-// Degrees clockwise.
-int DegreesOf(Turn turn);
-
 // Turns a frame with its page; the page's size is that of the turned page. Each side is cut toward zero, so four
 // quarter turns restore the frame only where the page measures whole millimetres.
-Rect TurnFrame(const Rect& millimetres, Turn turn, double turnedWidthMm, double turnedHeightMm);
+Rect TurnFrame(const Rect& millimetres, page::Turn turn, double turnedWidthMm, double turnedHeightMm);
 
 // Left <= right and top <= bottom.
 Rect Ordered(const Rect& rect);
@@ -171,7 +169,8 @@ struct Side {
 // it.
 Side WithMinimumLength(const Side& millimetres, bool draggedBackwards, double imageMm);
 
-bool IsOnResizeCorner(const Point& client, const Rect& frameClient);
+// reach: kCornerReach in pixels of the screen.
+bool IsOnResizeCorner(const Point& client, const Rect& frameClient, std::int32_t reach);
 
 // The edges count as inside.
 bool IsInside(const Point& client, const Rect& pane);

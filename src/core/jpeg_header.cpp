@@ -1,13 +1,13 @@
 #include "core/jpeg_header.h"
 
 #include <algorithm>
-#include <array>
-#include <iterator>
 
 #include "core/page_edit.h"
 
-namespace scanning {
+namespace page {
 namespace {
+
+using Bytes = std::span<const std::uint8_t>;
 
 bool IsFrameHeader(std::uint8_t marker) {
   constexpr std::uint8_t kHuffmanTables = 0xC4;
@@ -17,91 +17,71 @@ bool IsFrameHeader(std::uint8_t marker) {
          marker != kArithmeticConditioning;
 }
 
-int BigEndian(std::uint8_t high, std::uint8_t low) { return high << 8 | low; }
-
-struct Marker {
-  std::uint8_t code = 0;  // 0: there is none
-  std::int64_t end = 0;   // offset behind it
-};
-
-// The next marker from an offset on. Decoders skip what lies before it, so a search that gave up would not see the
-// frame header that they find.
-Marker NextMarker(const ByteSource& file, std::int64_t offset) {
-  constexpr std::uint8_t kPrefix = 0xFF;  // any number of times before the code
-  std::array<std::uint8_t, 512> piece{};
-  bool prefixed = false;
-  for (;;) {
-    const std::size_t count = file.ReadAt(offset, piece);
-    for (std::size_t i = 0; i < count; ++i) {
-      if (prefixed && piece[i] != 0 && piece[i] != kPrefix) {
-        return {piece[i], offset + static_cast<std::int64_t>(i) + 1};
-      }
-      prefixed = piece[i] == kPrefix;
-    }
-    if (count < piece.size()) {
-      return {};
-    }
-    offset += static_cast<std::int64_t>(count);
-  }
-}
+// No marker (0), the image data (SOS), another image (SOI) or the end (EOI).
+bool EndsTheHeader(std::uint8_t marker) { return marker == 0 || (marker >= 0xD8 && marker <= 0xDA); }
 
 bool StandsAlone(std::uint8_t marker) {
   constexpr std::uint8_t kTemporary = 0x01;
   return marker == kTemporary || (marker >= 0xD0 && marker <= 0xD7);  // restart markers
 }
 
-// Nothing, or the image data, or another image, or the end.
-bool EndsTheHeader(std::uint8_t marker) { return marker == 0 || (marker >= 0xD8 && marker <= 0xDA); }
+int BigEndian(Bytes bytes, std::size_t at) { return bytes[at] << 8 | bytes[at + 1]; }
 
-}  // namespace
-
-bool BeginsAsJpeg(const ByteSource& file) {
-  std::array<std::uint8_t, 2> start{};
-  return file.ReadAt(0, start) == start.size() && start[0] == 0xFF && start[1] == 0xD8;
-}
-
-std::int64_t ClaimedPixels(const ByteSource& file) {
-  constexpr int kMostSegments = 1024;  // large profiles and previews take some dozens
-  std::int64_t offset = 2;
-  for (int i = 0; i < kMostSegments; ++i) {
-    const Marker marker = NextMarker(file, offset);
-    if (EndsTheHeader(marker.code)) {
-      return 0;
+// Takes the next marker off the front, with what lies before it: decoders skip stray bytes, so a search that gave up
+// would not see the frame header that they find. 0: there is none.
+std::uint8_t TakeMarker(Bytes& rest) {
+  constexpr std::uint8_t kPrefix = 0xFF;  // any number of times before the code
+  for (std::size_t i = 1; i < rest.size(); ++i) {
+    if (rest[i - 1] == kPrefix && rest[i] != 0 && rest[i] != kPrefix) {
+      const std::uint8_t marker = rest[i];
+      rest = rest.subspan(i + 1);
+      return marker;
     }
-    offset = marker.end;
-    if (StandsAlone(marker.code)) {
-      continue;
-    }
-    std::array<std::uint8_t, 7> segment{};  // length, then in a frame header: precision, height, width
-    if (file.ReadAt(offset, segment) != segment.size()) {
-      return 0;
-    }
-    if (IsFrameHeader(marker.code)) {
-      return std::int64_t{BigEndian(segment[3], segment[4])} * BigEndian(segment[5], segment[6]);
-    }
-    offset += std::max(2, BigEndian(segment[0], segment[1]));  // it counts itself
   }
   return 0;
 }
 
-bool IsTooMuch(std::int64_t pixels, std::int64_t fileSize) {
+}  // namespace
+
+bool BeginsAsJpeg(Bytes header) { return header.size() >= 2 && header[0] == 0xFF && header[1] == 0xD8; }
+
+std::int64_t ClaimedPixels(Bytes header) {
+  if (!BeginsAsJpeg(header)) {
+    return 0;
+  }
+  Bytes rest = header.subspan(2);
+  for (;;) {
+    const std::uint8_t marker = TakeMarker(rest);
+    if (EndsTheHeader(marker)) {
+      return 0;
+    }
+    if (StandsAlone(marker)) {
+      continue;
+    }
+    constexpr std::size_t kFrameStart = 7;  // length, precision, height, width
+    if (rest.size() < kFrameStart) {
+      return 0;
+    }
+    if (IsFrameHeader(marker)) {
+      return std::int64_t{BigEndian(rest, 3)} * BigEndian(rest, 5);
+    }
+    const auto length = static_cast<std::size_t>(std::max(2, BigEndian(rest, 0)));  // it counts itself
+    rest = rest.subspan(std::min(length, rest.size()));
+  }
+}
+
+bool IsTooMuchForJpeg(std::int64_t pixels, std::int64_t fileSize) {
   // Compressed data hold at least one bit for each 8 x 8 block.
   constexpr int kMostPixelsPerByte = 8 * 64;
   return pixels > kLargestArea || pixels / kMostPixelsPerByte > fileSize;
 }
 
-bool CanBeWholeJpeg(const ByteSource& file) {
-  const std::int64_t size = file.Size();
-  const std::int64_t pixels = BeginsAsJpeg(file) ? ClaimedPixels(file) : 0;
-  if (pixels == 0 || IsTooMuch(pixels, size)) {
-    return false;
-  }
-  // Some devices fill the last block up, so the end is looked for in as much; within compressed data it does not occur.
-  std::array<std::uint8_t, 512> tail{};
-  constexpr std::array<std::uint8_t, 2> kEnd = {0xFF, 0xD9};
-  const std::size_t count = file.ReadAt(std::max<std::int64_t>(0, size - std::int64_t{tail.size()}), tail);
-  const auto end = std::next(tail.begin(), static_cast<std::ptrdiff_t>(count));
-  return std::search(tail.begin(), end, kEnd.begin(), kEnd.end()) != end;
+bool IsTooMuch(std::int64_t pixels, std::int64_t fileSize) {
+  // A3 at 600 dpi, blank, is a few hundred bytes in a fax code; larger pages that deflate could not have packed so
+  // densely (1032 bytes into one, a bit for each pixel) claim what nobody scanned.
+  constexpr std::int64_t kLargestPage = 72'000'000;
+  constexpr int kMostPixelsPerByte = 8 * 1032;
+  return pixels > kLargestArea || (pixels > kLargestPage && pixels / kMostPixelsPerByte > fileSize);
 }
 
-}  // namespace scanning
+}  // namespace page

@@ -1,32 +1,26 @@
-// What the bytes of a JPEG file say before it is decoded.
+// What the header of a JPEG file says before the file is decoded: only what bounds the memory that decoding takes.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
-namespace scanning {
+namespace page {
 
-// A file's bytes, as few of them as are asked for.
-class ByteSource {
- public:
-  virtual ~ByteSource() = default;
-  // Total number of bytes; 0 when it is not known.
-  virtual std::int64_t Size() const = 0;
-  // Copies the bytes from an offset on; the number that were there.
-  virtual std::size_t ReadAt(std::int64_t offset, std::span<std::uint8_t> bytes) const = 0;
-};
+// A larger header's frame is not found: profiles and embedded previews take some hundred thousand bytes at most.
+inline constexpr std::size_t kLargestHeader = std::size_t{1} << 20;
 
-// Whether it begins as a JPEG does.
-bool BeginsAsJpeg(const ByteSource& file);
+// Whether the file begins as a JPEG does.
+bool BeginsAsJpeg(std::span<const std::uint8_t> header);
 
-// The number of pixels that the frame header names; 0 when none is found before the image data.
-std::int64_t ClaimedPixels(const ByteSource& file);
+// The number of pixels that the frame header names; 0 when none is found before the image data. header: the file's
+// first bytes.
+std::int64_t ClaimedPixels(std::span<const std::uint8_t> header);
 
-// Whether so many pixels take more bytes than the file has, or more than GDI+ can hold.
+// Whether so many pixels take more bytes than the JPEG file has, or more than GDI+ can hold.
+bool IsTooMuchForJpeg(std::int64_t pixels, std::int64_t fileSize);
+
+// The same for a file of any other format.
 bool IsTooMuch(std::int64_t pixels, std::int64_t fileSize);
 
-// Whether the file is a JPEG that can be whole: see IsWholeJpeg in jpeg_file.h.
-bool CanBeWholeJpeg(const ByteSource& file);
-
-}  // namespace scanning
+}  // namespace page

@@ -1,5 +1,5 @@
-// The arithmetic of turning and cutting an image: which pixels a frame in millimetres takes, where they lie in the
-// image as it is stored, and how they are copied out of it.
+// The arithmetic of turning and cutting a page: which pixels a frame in millimetres takes, where they lie in the image
+// as it is stored, and how they are copied out of it.
 #pragma once
 
 #include <algorithm>
@@ -9,17 +9,47 @@
 #include <limits>
 #include <optional>
 
-namespace scanning {
+// What the final scan's follow-up does to the file.
+struct ImageEditParams {
+  std::int32_t rotationType = 1;  // 1 as it is, 2 turned 90 degrees clockwise, 3 by 180, 4 by 270 clockwise
+  double left = 0.0;              // the frame in millimetres from the turned image's top-left corner
+  double top = 0.0;
+  double right = 0.0;
+  double bottom = 0.0;
+  std::uint8_t hasFrame = 0;  // 1: cut to the frame
+};
 
-enum class QuarterTurns { None, Right, UpsideDown, Left };
+namespace page {
 
-constexpr bool SwapsAxes(QuarterTurns turns) { return turns == QuarterTurns::Right || turns == QuarterTurns::Left; }
+// Clockwise, in quarter turns from 0.
+enum class Turn { None, Right, UpsideDown, Left };
+
+constexpr int DegreesOf(Turn turn) { return 90 * static_cast<int>(turn); }
+
+// degrees: 0, 90, 180 or 270.
+constexpr Turn TurnOfDegrees(int degrees) { return static_cast<Turn>(degrees / 90 % 4); }
+
+// As in ImageEditParams; a type that it does not name turns nothing.
+constexpr std::int32_t RotationTypeOf(Turn turn) { return 1 + static_cast<std::int32_t>(turn); }
+constexpr Turn TurnOfRotationType(int type) {
+  return type >= 2 && type <= 4 ? static_cast<Turn>(type - 1) : Turn::None;
+}
+
+constexpr bool SwapsAxes(Turn turn) { return turn == Turn::Right || turn == Turn::Left; }
 
 // The longest side that the platform's JPEG encoder takes.
 constexpr int kLargestSide = 65500;
 
 // The most pixels that GDI+ holds: it counts a bitmap's bytes, up to four for each, in 32 signed bits.
 constexpr std::int64_t kLargestArea = std::numeric_limits<std::int32_t>::max() / 4;
+
+// A frame in millimetres.
+struct Frame {
+  double left = 0.0;
+  double top = 0.0;
+  double right = 0.0;
+  double bottom = 0.0;
+};
 
 // A rectangle in pixels.
 struct CutRectangle {
@@ -41,18 +71,17 @@ constexpr int TruncateToPixels(double value) {
   return value < kLargest ? static_cast<int>(value) : kLargest;
 }
 
-// The part of an image of the given resolution that a frame in millimetres takes: size and origin are each truncated,
+// The part of an image of the given resolution (dots per inch) that a frame takes: size and origin are each truncated,
 // and nothing is clipped to the image. No value for a frame without area, and for one that no JPEG file or bitmap can
 // hold.
-constexpr std::optional<CutRectangle> CutOfFrame(double dotsPerInchX, double dotsPerInchY, double left, double top,
-                                                 double right, double bottom) {
+constexpr std::optional<CutRectangle> CutOfFrame(double dotsPerInchX, double dotsPerInchY, const Frame& frame) {
   constexpr double kMillimetresPerInch = 25.4;
   const int dpiX = TruncateToPixels(dotsPerInchX);
   const int dpiY = TruncateToPixels(dotsPerInchY);
-  const CutRectangle cut{TruncateToPixels(dpiX * left / kMillimetresPerInch),
-                         TruncateToPixels(dpiY * top / kMillimetresPerInch),
-                         TruncateToPixels(dpiX * (right - left) / kMillimetresPerInch),
-                         TruncateToPixels(dpiY * (bottom - top) / kMillimetresPerInch)};
+  const CutRectangle cut{TruncateToPixels(dpiX * frame.left / kMillimetresPerInch),
+                         TruncateToPixels(dpiY * frame.top / kMillimetresPerInch),
+                         TruncateToPixels(dpiX * (frame.right - frame.left) / kMillimetresPerInch),
+                         TruncateToPixels(dpiY * (frame.bottom - frame.top) / kMillimetresPerInch)};
   if (cut.width == 0 || cut.height == 0 || cut.width > kLargestSide || cut.height > kLargestSide ||
       std::int64_t{cut.width} * cut.height > kLargestArea) {
     return std::nullopt;
@@ -68,29 +97,29 @@ constexpr CutRectangle PartOnImage(const CutRectangle& cut, int width, int heigh
 }
 
 // Where a part of the turned image lies in the image before the turn, whose size is given.
-constexpr CutRectangle BeforeTurn(const CutRectangle& part, QuarterTurns turns, int width, int height) {
-  switch (turns) {
-    case QuarterTurns::Right:
+constexpr CutRectangle BeforeTurn(const CutRectangle& part, Turn turn, int width, int height) {
+  switch (turn) {
+    case Turn::Right:
       return {part.y, height - part.x - part.width, part.height, part.width};
-    case QuarterTurns::UpsideDown:
+    case Turn::UpsideDown:
       return {width - part.x - part.width, height - part.y - part.height, part.width, part.height};
-    case QuarterTurns::Left:
+    case Turn::Left:
       return {width - part.y - part.height, part.x, part.height, part.width};
-    case QuarterTurns::None:
+    case Turn::None:
       break;
   }
   return part;
 }
 
 // The way back: where a part of the image lies once it is turned. The size is the one before the turn.
-constexpr CutRectangle AfterTurn(const CutRectangle& part, QuarterTurns turns, int width, int height) {
-  if (turns == QuarterTurns::Right) {
-    return BeforeTurn(part, QuarterTurns::Left, height, width);
+constexpr CutRectangle AfterTurn(const CutRectangle& part, Turn turn, int width, int height) {
+  if (turn == Turn::Right) {
+    return BeforeTurn(part, Turn::Left, height, width);
   }
-  if (turns == QuarterTurns::Left) {
-    return BeforeTurn(part, QuarterTurns::Right, height, width);
+  if (turn == Turn::Left) {
+    return BeforeTurn(part, Turn::Right, height, width);
   }
-  return BeforeTurn(part, turns, width, height);
+  return BeforeTurn(part, turn, width, height);
 }
 
 // Pixels in memory; a negative stride runs upwards.
@@ -100,38 +129,35 @@ struct PixelRows {
   std::ptrdiff_t stride;
 };
 
-// Copies a block of the given size, as it lies in the source, turned to the target's top-left corner. A grey source
-// (one byte) may go to a colour target.
-template <int kSourceBytes, int kTargetBytes>
-void CopyTurned(PixelRows<const std::uint8_t> source, int width, int height, QuarterTurns turns,
-                PixelRows<std::uint8_t> target) {
-  static_assert(kSourceBytes == kTargetBytes || kSourceBytes == 1);
+// Blue, green and red; as they are read, a byte that says nothing follows.
+constexpr std::ptrdiff_t kReadBytes = 4;
+constexpr std::ptrdiff_t kPageBytes = 3;
+
+// Copies a block of the given size, as it lies in the source, turned to the target's top-left corner.
+inline void CopyTurned(PixelRows<const std::uint8_t> source, int width, int height, Turn turn,
+                       PixelRows<std::uint8_t> target) {
   // The source pixel of the target's first one, and the way from there along a row and down a column of the target.
-  const std::ptrdiff_t lastColumn = std::ptrdiff_t{kSourceBytes} * (width - 1);
+  const std::ptrdiff_t lastColumn = kReadBytes * (width - 1);
   const std::ptrdiff_t lastRow = source.stride * (height - 1);
   const std::uint8_t* first = source.first;
-  std::ptrdiff_t along = kSourceBytes;
+  std::ptrdiff_t along = kReadBytes;
   std::ptrdiff_t down = source.stride;
-  if (turns == QuarterTurns::Right) {
-    first += lastRow, along = -source.stride, down = kSourceBytes;
-  } else if (turns == QuarterTurns::UpsideDown) {
-    first += lastRow + lastColumn, along = -kSourceBytes, down = -source.stride;
-  } else if (turns == QuarterTurns::Left) {
-    first += lastColumn, along = source.stride, down = -kSourceBytes;
+  if (turn == Turn::Right) {
+    first += lastRow, along = -source.stride, down = kReadBytes;
+  } else if (turn == Turn::UpsideDown) {
+    first += lastRow + lastColumn, along = -kReadBytes, down = -source.stride;
+  } else if (turn == Turn::Left) {
+    first += lastColumn, along = source.stride, down = -kReadBytes;
   }
-  const int columns = SwapsAxes(turns) ? height : width;
-  const int rows = SwapsAxes(turns) ? width : height;
+  const int columns = SwapsAxes(turn) ? height : width;
+  const int rows = SwapsAxes(turn) ? width : height;
   for (int y = 0; y < rows; ++y) {
     const std::uint8_t* from = first + down * y;
     std::uint8_t* to = target.first + target.stride * y;
-    for (int x = 0; x < columns; ++x, to += kTargetBytes) {
-      if constexpr (kSourceBytes == kTargetBytes) {
-        std::memcpy(to, from + along * x, kTargetBytes);
-      } else {
-        std::memset(to, from[along * x], kTargetBytes);
-      }
+    for (int x = 0; x < columns; ++x, to += kPageBytes) {
+      std::memcpy(to, from + along * x, kPageBytes);
     }
   }
 }
 
-}  // namespace scanning
+}  // namespace page

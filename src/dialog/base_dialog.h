@@ -64,7 +64,7 @@ class BASE_DIALOG {
   virtual INT_PTR OnUserMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam);     // 30: 0x0400 to 0x7FFF
   virtual INT_PTR OnAppMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam);      // 31: 0x8000 to 0xBFFF
   virtual void UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) = 0;                    // 32
-  virtual BOOL processImageFile(const wchar_t* path, const ImageEditParams& params) = 0;    // 33
+  virtual BOOL processImageFile(wchar_t* path, const ImageEditParams& params) = 0;          // 33
   virtual void ClearPreview() = 0;                                                          // 34
   virtual void OnHScroll(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                      // 35
   virtual void OnVScroll(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                      // 36
@@ -90,9 +90,12 @@ class BASE_DIALOG {
   bool m_bSelecting = false;    // a selection drag is in progress
   bool m_bHasCapture = false;   // the mouse is captured; the message map writes it when somebody takes or frees it
 
+  HCURSOR m_hCurBusy = nullptr;  // the pointer over the dialog while it is busy, not owned; null: it is not
+
  private:
   bool WantsMouseMove() const;
-  INT_PTR OnPointerMessage(UINT message, WPARAM wParam, LPARAM lParam);
+  INT_PTR ShowBusyPointer(HWND under);
+  INT_PTR OnInputMessage(UINT message, WPARAM wParam, LPARAM lParam);
   INT_PTR RunDialog(HWND owner);
   void EndAfterException(HWND hDlg, HRESULT failure) noexcept;
 

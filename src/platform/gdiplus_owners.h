@@ -22,6 +22,30 @@ namespace platform {
 using GdipImage = Unique<Gdiplus::GpImage*, &Gdiplus::DllExports::GdipDisposeImage>;
 using GdipGraphics = Unique<Gdiplus::GpGraphics*, &Gdiplus::DllExports::GdipDeleteGraphics>;
 
+// GDI+ for the length of a scope. Starts are counted: the host may have it running or not. On the thread that uses it.
+class GdiplusSession {
+ public:
+  // token: where GDI+ keeps what it needs to be shut down; it must outlive this.
+  explicit GdiplusSession(ULONG_PTR& token) noexcept : m_token(token) {
+    const Gdiplus::GdiplusStartupInput input;
+    m_token = 0;
+    m_started = Gdiplus::GdiplusStartup(&m_token, &input, nullptr) == Gdiplus::Ok;
+  }
+  ~GdiplusSession() {
+    if (m_started) {
+      Gdiplus::GdiplusShutdown(m_token);
+    }
+  }
+  GdiplusSession(const GdiplusSession&) = delete;
+  GdiplusSession& operator=(const GdiplusSession&) = delete;
+
+  bool Started() const noexcept { return m_started; }
+
+ private:
+  ULONG_PTR& m_token;
+  bool m_started = false;
+};
+
 // std::unique_ptr has no out-parameter form before C++23: these take the two-step creation into one call each.
 // Null on failure.
 inline GdipImage LoadImageFromFile(const wchar_t* path) {
@@ -32,25 +56,9 @@ inline GdipImage LoadImageFromFile(const wchar_t* path) {
   return GdipImage(image);
 }
 
-inline GdipImage LoadBitmapFromFile(const wchar_t* path) {
-  Gdiplus::GpBitmap* bitmap = nullptr;
-  if (Gdiplus::DllExports::GdipCreateBitmapFromFile(path, &bitmap) != Gdiplus::Ok) {
-    return nullptr;
-  }
-  return GdipImage(bitmap);
-}
-
 inline GdipGraphics GraphicsOnDC(HDC context) {
   Gdiplus::GpGraphics* graphics = nullptr;
   if (Gdiplus::DllExports::GdipCreateFromHDC(context, &graphics) != Gdiplus::Ok) {
-    return nullptr;
-  }
-  return GdipGraphics(graphics);
-}
-
-inline GdipGraphics GraphicsOnImage(Gdiplus::GpImage* image) {
-  Gdiplus::GpGraphics* graphics = nullptr;
-  if (Gdiplus::DllExports::GdipGetImageGraphicsContext(image, &graphics) != Gdiplus::Ok) {
     return nullptr;
   }
   return GdipGraphics(graphics);

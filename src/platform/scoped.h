@@ -33,6 +33,13 @@ using RegistryKey = Unique<HKEY, &RegCloseKey>;
 using GlobalBlock = Unique<HGLOBAL, &GlobalFree>;
 using TaskMemory = Unique<void*, &CoTaskMemFree>;
 using BasicString = Unique<BSTR, &SysFreeString>;
+using File = Unique<HANDLE, &CloseHandle>;
+
+// CreateFile without security attributes and template; null on failure.
+inline File OpenFile(const wchar_t* path, DWORD access, DWORD share, DWORD disposition, DWORD flags) noexcept {
+  const HANDLE opened = CreateFileW(path, access, share, nullptr, disposition, flags, nullptr);
+  return File(opened != INVALID_HANDLE_VALUE ? opened : nullptr);
+}
 
 // SetupAPI reports failure as INVALID_HANDLE_VALUE, so the set is owned only when the call succeeded.
 using DeviceInfoSet = Unique<HDEVINFO, &SetupDiDestroyDeviceInfoList>;
@@ -80,6 +87,57 @@ class SelectedObject {
   HDC m_context;
   HGDIOBJ m_previous;
 };
+
+// A lock for std::lock_guard and std::shared_lock. Not recursive. It may be destroyed when nobody holds it.
+class ReaderWriterLock {
+ public:
+  ReaderWriterLock() = default;
+  ReaderWriterLock(const ReaderWriterLock&) = delete;
+  ReaderWriterLock& operator=(const ReaderWriterLock&) = delete;
+
+  void lock() noexcept { AcquireSRWLockExclusive(&m_lock); }
+  void unlock() noexcept { ReleaseSRWLockExclusive(&m_lock); }
+  void lock_shared() noexcept { AcquireSRWLockShared(&m_lock); }
+  void unlock_shared() noexcept { ReleaseSRWLockShared(&m_lock); }
+
+ private:
+  SRWLOCK m_lock = SRWLOCK_INIT;
+};
+
+// COM on this thread for the length of a scope. A thread that has it keeps its apartment; one without gets a
+// single-threaded apartment, which a thread with windows must have.
+class ComSession {
+ public:
+  ComSession() noexcept : m_result(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE)) {}
+  ~ComSession() {
+    if (SUCCEEDED(m_result)) {
+      CoUninitialize();  // also balances the S_FALSE of a thread that had it
+    }
+  }
+  ComSession(const ComSession&) = delete;
+  ComSession& operator=(const ComSession&) = delete;
+
+ private:
+  const HRESULT m_result;  // RPC_E_CHANGED_MODE in a multithreaded apartment
+};
+
+// The interface of an object, or null: also when a faulty implementation answers success and gives none. result: if not
+// null, why there is none (E_UNEXPECTED for such a success).
+template <class Interface>
+ComPtr<Interface> Query(IUnknown* object, REFIID iid, HRESULT* result = nullptr) {
+  ComPtr<Interface> found;
+  HRESULT queried =
+      object != nullptr ? object->QueryInterface(iid, reinterpret_cast<void**>(found.GetAddressOf())) : E_INVALIDARG;
+  if (FAILED(queried)) {
+    *found.GetAddressOf() = nullptr;  // whatever it holds is no reference
+  } else if (found == nullptr) {
+    queried = E_UNEXPECTED;
+  }
+  if (result != nullptr) {
+    *result = queried;
+  }
+  return found;
+}
 
 // Clears a PROPVARIANT with everything that it owns.
 class ScopedPropVariant {

@@ -1,24 +1,23 @@
 // Loading a preview, and turning it with its selection frame.
 
-#include <strsafe.h>
-
 #include "platform/debug_trace.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
 #include "scanning/image_file.h"
+#include <strsafe.h>
 
 namespace {
 
-preview::Turn TurnOf(int command) {
+page::Turn TurnOf(int command) {
   switch (command) {
     case IDM_ROTATE_UPSIDE_DOWN:
-      return preview::Turn::UpsideDown;
+      return page::Turn::UpsideDown;
     case IDM_ROTATE_RIGHT:
-      return preview::Turn::Right;
+      return page::Turn::Right;
     case IDM_ROTATE_LEFT:
-      return preview::Turn::Left;
+      return page::Turn::Left;
     default:
-      return preview::Turn::None;
+      return page::Turn::None;
   }
 }
 
@@ -34,10 +33,7 @@ void SCAN_DIALOG::UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) {
   DebugTrace(L"[in]SCAN_DIALOG::UpdatePreviewImage : m_wstrPreviewFile=%s", m_wstrPreviewFile);
   ResetPreviewState();
   ClearAreaReadout();
-  for (const int control : {IDC_PREVIEW_PANE, IDC_ZOOM_LIST, IDC_TOOL_SELECT, IDC_TOOL_ZOOM, IDC_TOOL_ROTATE,
-                            IDC_TOOL_PAN, IDC_VERTICAL_SCROLL, IDC_HORIZONTAL_SCROLL}) {
-    EnableControl(m_hDlg, control);
-  }
+  EnablePreviewControls(true);
   m_bRepaintPreview = true;
   // Enabling a control makes it paint itself, which must not come after the picture.
   UpdateWindow(GetDlgItem(m_hDlg, IDC_PREVIEW_PANE));
@@ -59,14 +55,13 @@ void SCAN_DIALOG::RotatePreview(HWND hDlg, int command) {
   if (hasFrame) {
     RotateSelection(command);
   }
-  m_nRotation += preview::DegreesOf(TurnOf(command));
+  m_nRotation += page::DegreesOf(TurnOf(command));
   if (m_nRotation >= 360) {
     m_nRotation -= 360;
   }
   if (!hasFrame) {
     ClearAreaReadout();
-    const platform::WindowDC dialog(hDlg);
-    DrawPaneBorder(dialog.get());
+    DrawPaneBorder(platform::WindowDC(hDlg).get());
     return;
   }
   DrawSelectionFrame(hDlg);
@@ -80,10 +75,14 @@ void SCAN_DIALOG::RotateSelection(int command) {
 
 BOOL SCAN_DIALOG::rotateImageFile(int command) {
   DebugTrace(L"[in]SCAN_DIALOG::rotateImageFile : m_wstrPreviewFile=%s", m_wstrPreviewFile);
-  if (m_wstrPreviewFile[0] == L'\0') {
+  if (!HasPreview()) {
     return FALSE;
   }
-  const BOOL turned = scanning::rotateImageFileByCommand(command, m_wstrPreviewFile);
-  scanning::FollowImage(m_wstrPreviewFile);  // what is shown must also be deleted in the end
-  return turned;
+  return scanning::TurnImageFile(m_wstrPreviewFile, TurnOf(command));
+}
+
+SCAN_DIALOG::~SCAN_DIALOG() {
+  if (HasPreview()) {
+    DeleteFileW(m_wstrPreviewFile);
+  }
 }

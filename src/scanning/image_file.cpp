@@ -1,83 +1,49 @@
 #include "scanning/image_file.h"
 
-#include <shlwapi.h>
-#include <strsafe.h>
-#include <wincodec.h>
-
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <cwchar>
 #include <memory>
 #include <new>
 #include <optional>
+#include <utility>
 
-#include "core/page_edit.h"
 #include "platform/debug_trace.h"
 #include "platform/gdiplus_owners.h"
 #include "platform/scoped.h"
-#include "resources/resource_ids.h"
-#include "scanning/jpeg_encoder.h"
-#include "scanning/jpeg_file.h"
+#include "platform/wic.h"
+#include "scanning/image_claims.h"
+#include "scanning/new_file.h"
+#include <strsafe.h>
+
+using page::CutRectangle;
+using page::Turn;
 
 namespace scanning {
 namespace {
 
 namespace gdip = Gdiplus::DllExports;
 
+using Rows = page::PixelRows<std::uint8_t>;
+
 constexpr wchar_t kTurnSuffix[] = L".tmp.jpg";
 constexpr wchar_t kTrimSuffix[] = L".tmp";
 
-// A frame in millimetres of the turned image.
-struct Frame {
-  double left;
-  double top;
-  double right;
-  double bottom;
+// What becomes of a page.
+struct Edit {
+  Turn turn = Turn::None;
+  std::optional<page::Frame> frame;  // in the turned page
 };
 
-bool Exists(const wchar_t* path) { return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES; }
-
-QuarterTurns TurnsOfType(int rotationType) {
-  switch (rotationType) {
-    case 2:
-      return QuarterTurns::Right;
-    case 3:
-      return QuarterTurns::UpsideDown;
-    case 4:
-      return QuarterTurns::Left;
-    default:
-      return QuarterTurns::None;
-  }
-}
-
-QuarterTurns TurnsOfCommand(int command) {
-  switch (command) {
-    case IDM_ROTATE_RIGHT:
-      return QuarterTurns::Right;
-    case IDM_ROTATE_UPSIDE_DOWN:
-      return QuarterTurns::UpsideDown;
-    case IDM_ROTATE_LEFT:
-      return QuarterTurns::Left;
-    default:
-      return QuarterTurns::None;
-  }
-}
-
-// A page's pixels, read strip by strip from the platform's JPEG codec, the one that GDI+ itself uses. A GDI+ image of
-// the page would be a second copy of it in memory (100 MB at 600 dpi), and filling it takes longer than turning it.
+// A page's pixels, read strip by strip. A GDI+ image of it would be a second copy in memory: 100 MB at 600 dpi.
 class PageReader {
  public:
   // The file stays open while this lives.
   bool Open(const wchar_t* path) {
-    if (FAILED(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_factory))) ||
-        FAILED(m_factory->CreateStream(&m_stream)) || FAILED(m_stream->InitializeFromFilename(path, GENERIC_READ)) ||
-        FAILED(CoCreateInstance(CLSID_WICJpegDecoder, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_decoder))) ||
-        FAILED(m_decoder->Initialize(m_stream.Get(), WICDecodeMetadataCacheOnDemand)) ||
-        FAILED(m_decoder->GetFrame(0, &m_frame)) || FAILED(m_frame->GetSize(&m_width, &m_height)) ||
-        FAILED(m_frame->GetResolution(&m_dpiX, &m_dpiY))) {
-      return false;
-    }
-    return m_width > 0 && m_height > 0;
+    m_image = platform::OpenImage(path);
+    return m_image.pixels != nullptr && SUCCEEDED(m_image.pixels->GetSize(&m_width, &m_height)) &&
+           SUCCEEDED(m_image.pixels->GetResolution(&m_dpiX, &m_dpiY)) && m_width > 0 && m_height > 0;
   }
 
   int width() const { return static_cast<int>(m_width); }
@@ -85,151 +51,137 @@ class PageReader {
   double dpiX() const { return m_dpiX; }
   double dpiY() const { return m_dpiY; }
 
-  bool IsGrey() const {
-    WICPixelFormatGUID format = {};
-    return SUCCEEDED(m_frame->GetPixelFormat(&format)) && format == GUID_WICPixelFormat8bppGray;
-  }
-
-  // Copies a part of the page, turned, to the top-left corner of a colour bitmap, or of a grey one for a grey page.
-  bool Copy(const CutRectangle& part, QuarterTurns turns, PixelRows<std::uint8_t> target, bool greyTarget) const {
-    const bool grey = IsGrey();  // not every version of the platform's converter makes colour of grey
+  // Copies a part of the page, turned, to the target's top-left corner.
+  bool Copy(const CutRectangle& part, Turn turn, Rows target) const {
+    // Of four bytes, although three are wanted: Wine 8's converter makes those of neither grey nor indexed pixels.
     platform::ComPtr<IWICFormatConverter> pixels;
-    if (FAILED(m_factory->CreateFormatConverter(&pixels)) ||
-        FAILED(pixels->Initialize(m_frame.Get(), grey ? GUID_WICPixelFormat8bppGray : GUID_WICPixelFormat24bppBGR,
-                                  WICBitmapDitherTypeNone, nullptr, 0.0, WICBitmapPaletteTypeCustom))) {
+    if (FAILED(m_image.factory->CreateFormatConverter(&pixels)) ||
+        FAILED(pixels->Initialize(m_image.pixels.Get(), GUID_WICPixelFormat32bppBGR, WICBitmapDitherTypeNone, nullptr,
+                                  0.0, WICBitmapPaletteTypeCustom))) {
       return false;
     }
     // A quarter turn walks down the columns of a strip: so low, its cache lines stay at hand until they are used up.
     constexpr int kStripHeight = 64;
-    const int stride = part.width * (grey ? 1 : 3);
+    const int stride = part.width * static_cast<int>(page::kReadBytes);
     const UINT size = static_cast<UINT>(stride) * kStripHeight;
     const std::unique_ptr<BYTE[]> strip(new (std::nothrow) BYTE[size]);
     if (!strip) {
       return false;
     }
-    const auto copy = greyTarget ? &CopyTurned<1, 1> : grey ? &CopyTurned<1, 3> : &CopyTurned<3, 3>;
     for (int done = 0; done < part.height; done += kStripHeight) {
       const int height = std::min(kStripHeight, part.height - done);
       const WICRect rows = {part.x, part.y + done, part.width, height};
       if (FAILED(pixels->CopyPixels(&rows, static_cast<UINT>(stride), size, strip.get()))) {
         return false;
       }
-      const CutRectangle to = AfterTurn({0, done, part.width, height}, turns, part.width, part.height);
-      BYTE* corner = target.first + target.stride * to.y + std::ptrdiff_t{greyTarget ? 1 : 3} * to.x;
-      copy({strip.get(), stride}, part.width, height, turns, {corner, target.stride});
+      const CutRectangle to = page::AfterTurn({0, done, part.width, height}, turn, part.width, part.height);
+      std::uint8_t* const corner = target.first + target.stride * to.y + page::kPageBytes * to.x;
+      page::CopyTurned({strip.get(), stride}, part.width, height, turn, {corner, target.stride});
     }
     return true;
   }
 
  private:
-  platform::ComPtr<IWICImagingFactory> m_factory;
-  platform::ComPtr<IWICStream> m_stream;
-  platform::ComPtr<IWICBitmapDecoder> m_decoder;
-  platform::ComPtr<IWICBitmapFrameDecode> m_frame;
+  platform::ImageFrame m_image;
   UINT m_width = 0;
   UINT m_height = 0;
   double m_dpiX = 0.0;
   double m_dpiY = 0.0;
 };
 
-platform::GdipImage NewBitmap(const CutRectangle& size, Gdiplus::PixelFormat format) {
-  Gdiplus::GpBitmap* bitmap = nullptr;
-  if (gdip::GdipCreateBitmapFromScan0(size.width, size.height, 0, format, nullptr, &bitmap) != Gdiplus::Ok) {
-    return nullptr;
+// Which pixels of a page the new picture shows. Sizes and the cut are the turned page's.
+struct Plan {
+  int width = 0;
+  int height = 0;
+  double dpiX = 0.0;
+  double dpiY = 0.0;
+  CutRectangle cut;
+  bool isCut = false;  // the cut is the frame's; otherwise it is the whole page
+};
+
+// No value when neither the turn nor the frame leaves anything to do. A turn whose frame has no area is still done.
+std::optional<Plan> PlanEdit(const PageReader& page, const Edit& edit) {
+  Plan plan{page.width(), page.height(), page.dpiX(), page.dpiY(), {}, false};
+  if (page::SwapsAxes(edit.turn)) {
+    std::swap(plan.width, plan.height);
+    std::swap(plan.dpiX, plan.dpiY);
   }
-  return platform::GdipImage(bitmap);
+  plan.cut = {0, 0, plan.width, plan.height};
+  if (!edit.frame) {
+    return plan;
+  }
+  const std::optional<CutRectangle> cut = page::CutOfFrame(plan.dpiX, plan.dpiY, *edit.frame);
+  if (!cut && edit.turn == Turn::None) {
+    return std::nullopt;
+  }
+  plan.cut = cut.value_or(plan.cut);
+  plan.isCut = cut.has_value();
+  return plan;
 }
 
-// Indexed bitmaps start with a palette of colours.
-bool SetGreyPalette(Gdiplus::GpImage* image) {
-  constexpr int kLevels = 256;
-  alignas(Gdiplus::ColorPalette) BYTE buffer[sizeof(Gdiplus::ColorPalette) + kLevels * sizeof(Gdiplus::ARGB)];
-  auto* palette = reinterpret_cast<Gdiplus::ColorPalette*>(buffer);
-  palette->Flags = Gdiplus::PaletteFlagsGrayScale;
-  palette->Count = kLevels;
-  for (Gdiplus::ARGB level = 0; level < kLevels; ++level) {
-    palette->Entries[level] = 0xFF000000 | level * 0x010101;
-  }
-  return gdip::GdipSetImagePalette(image, palette) == Gdiplus::Ok;
-}
-
-// Fills the bitmap from its top-left corner with a part of the page, turned.
-bool FillBitmap(Gdiplus::GpImage* image, Gdiplus::PixelFormat format, const PageReader& page, const CutRectangle& part,
-                QuarterTurns turns) {
-  auto* bitmap = static_cast<Gdiplus::GpBitmap*>(image);
-  const Gdiplus::Rect area(0, 0, SwapsAxes(turns) ? part.height : part.width,
-                           SwapsAxes(turns) ? part.width : part.height);
+// Fills the new picture: the page's part turned, black beside the page.
+bool FillBitmap(Gdiplus::GpBitmap* bitmap, const PageReader& page, const Plan& plan, Turn turn) {
+  const CutRectangle part = page::PartOnImage(plan.cut, plan.width, plan.height);
+  const Gdiplus::Rect area(0, 0, plan.cut.width, plan.cut.height);
   Gdiplus::BitmapData data = {};
-  if (gdip::GdipBitmapLockBits(bitmap, &area, Gdiplus::ImageLockModeWrite, format, &data) != Gdiplus::Ok) {
+  if (gdip::GdipBitmapLockBits(bitmap, &area, Gdiplus::ImageLockModeWrite, PixelFormat24bppRGB, &data) != Gdiplus::Ok) {
     return false;
   }
-  const PixelRows<std::uint8_t> rows{static_cast<std::uint8_t*>(data.Scan0), data.Stride};
-  const bool copied = page.Copy(part, turns, rows, format == PixelFormat8bppIndexed);
-  return gdip::GdipBitmapUnlockBits(bitmap, &data) == Gdiplus::Ok && copied;
+  const Rows rows{static_cast<std::uint8_t*>(data.Scan0), data.Stride};
+  if (part.width < plan.cut.width || part.height < plan.cut.height) {
+    // The platform does not say what a new bitmap holds.
+    const auto rowBytes = static_cast<std::size_t>(page::kPageBytes * plan.cut.width);
+    for (int y = 0; y < plan.cut.height; ++y) {
+      std::memset(rows.first + rows.stride * y, 0, rowBytes);
+    }
+  }
+  const bool filled = part.width <= 0 || part.height <= 0 ||
+                      page.Copy(page::BeforeTurn(part, turn, page.width(), page.height()), turn, rows);
+  return gdip::GdipBitmapUnlockBits(bitmap, &data) == Gdiplus::Ok && filled;
 }
 
-// The picture as it is to be saved, made in one pass: the frame's part of the page, or all of it without a frame,
-// turned. The source is closed on return. At one to one, drawing with any interpolation copies pixels, so they are
-// copied: on this path a large page costs a fraction of its decoding. Beside the page the new bitmap stays black.
-platform::GdipImage TurnedAndCut(const wchar_t* path, QuarterTurns turns, const Frame* frame) {
-  PageReader page;
-  if (!page.Open(path)) {
+// The picture as it is to be saved. Null when the page cannot be decoded or there is no memory.
+platform::GdipImage MakePicture(const PageReader& page, const Plan& plan, Turn turn) {
+  Gdiplus::GpBitmap* bitmap = nullptr;
+  if (gdip::GdipCreateBitmapFromScan0(plan.cut.width, plan.cut.height, 0, PixelFormat24bppRGB, nullptr, &bitmap) !=
+      Gdiplus::Ok) {
     return nullptr;
   }
-  const bool swapped = SwapsAxes(turns);
-  const double dpiX = swapped ? page.dpiY() : page.dpiX();
-  const double dpiY = swapped ? page.dpiX() : page.dpiY();
-  const CutRectangle whole{0, 0, swapped ? page.height() : page.width(), swapped ? page.width() : page.height()};
-  const std::optional<CutRectangle> cut =
-      frame == nullptr ? whole : CutOfFrame(dpiX, dpiY, frame->left, frame->top, frame->right, frame->bottom);
-  if (!cut) {
-    return nullptr;
-  }
-
-  // A grey page that is only turned stays grey; every other kind becomes a colour image.
-  const bool grey = frame == nullptr && page.IsGrey();
-  const Gdiplus::PixelFormat format = grey ? PixelFormat8bppIndexed : PixelFormat24bppRGB;
-  platform::GdipImage target = NewBitmap(*cut, format);
-  if (!target || (grey && !SetGreyPalette(target.get()))) {
-    return nullptr;
-  }
-  if (frame == nullptr) {
+  platform::GdipImage picture(bitmap);
+  if (!plan.isCut) {
     // A new bitmap has the screen's resolution. One that GDI+ refuses (0) is none that could be kept.
-    gdip::GdipBitmapSetResolution(static_cast<Gdiplus::GpBitmap*>(target.get()), static_cast<Gdiplus::REAL>(dpiX),
-                                  static_cast<Gdiplus::REAL>(dpiY));
+    gdip::GdipBitmapSetResolution(bitmap, static_cast<Gdiplus::REAL>(plan.dpiX), static_cast<Gdiplus::REAL>(plan.dpiY));
   }
-  const CutRectangle part = PartOnImage(*cut, whole.width, whole.height);
-  if (part.width > 0 && part.height > 0 &&
-      !FillBitmap(target.get(), format, page, BeforeTurn(part, turns, page.width(), page.height()), turns)) {
-    return nullptr;
-  }
-  return target;
+  return FillBitmap(bitmap, page, plan, turn) ? std::move(picture) : nullptr;
 }
 
-// Saves to a file that must not exist yet, complete or not at all. GDI+'s own saving by name would empty a file that
-// already has the name, or write through a link placed there beforehand. Opening a link also creates a target that is
-// missing, so the name itself is looked at first: that does not follow it.
-bool SaveAsNewFile(Gdiplus::GpImage* image, const CLSID& encoder, const wchar_t* path) {
-  if (Exists(path)) {
+// Whether a stream ends as a JPEG does.
+bool EndsAsJpeg(IStream* stream) {
+  LARGE_INTEGER position = {};
+  position.QuadPart = -2;
+  BYTE end[2] = {};
+  ULONG read = 0;
+  return SUCCEEDED(stream->Seek(position, STREAM_SEEK_END, nullptr)) &&
+         SUCCEEDED(stream->Read(end, sizeof(end), &read)) && read == sizeof(end) && end[0] == 0xFF && end[1] == 0xD9;
+}
+
+// Saves to a file that nobody had, complete or not at all. A codec might take a full disk for success: the file's end
+// is looked at before the original is given up.
+bool SaveAsNewFile(Gdiplus::GpImage* picture, const CLSID& encoder, const wchar_t* path, NewFile* file) {
+  if (FAILED(CreateNewFile(path, 1, file))) {
     return false;
   }
-  platform::ComPtr<IStream> stream;
-  if (FAILED(SHCreateStreamOnFileEx(path, STGM_READWRITE | STGM_SHARE_EXCLUSIVE, FILE_ATTRIBUTE_NORMAL, TRUE, nullptr,
-                                    &stream))) {
-    return false;
+  const bool saved = gdip::GdipSaveImageToStream(picture, file->stream.Get(), &encoder, nullptr) == Gdiplus::Ok &&
+                     SUCCEEDED(file->stream->Commit(STGC_DEFAULT)) && EndsAsJpeg(file->stream.Get());
+  file->stream.Reset();
+  if (!saved) {
+    DeleteFileW(file->path);
   }
-  const bool saved = SaveAsJpeg(image, encoder, stream.Get()) && SUCCEEDED(stream->Commit(STGC_DEFAULT));
-  stream.Reset();
-  // A full disk must not pass for success in any codec: the file's end is checked before the original is given up.
-  if (saved && IsWholeJpeg(path)) {
-    return true;
-  }
-  DeleteFileW(path);
-  return false;
+  return saved;
 }
 
 // Rewrites the file through a temporary one beside it; see the header for what remains of a failure.
-BOOL Rewrite(const wchar_t* path, const wchar_t* suffix, QuarterTurns turns, const Frame* frame) {
+BOOL Rewrite(wchar_t* path, const wchar_t* suffix, const Edit& edit) {
   wchar_t temporary[MAX_PATH] = {};
   if (path == nullptr || FAILED(StringCchCopyW(temporary, MAX_PATH, path)) ||
       FAILED(StringCchCatW(temporary, MAX_PATH, suffix))) {
@@ -237,21 +189,28 @@ BOOL Rewrite(const wchar_t* path, const wchar_t* suffix, QuarterTurns turns, con
   }
   DebugTrace(L"SCAN_DIALOG::rotateImageFile tmpFile = %s", temporary);
   CLSID encoder = {};
-  if (!IsWholeJpeg(path) || GetEncoderClsid(L"image/jpeg", &encoder) < 0) {
+  if (GetEncoderClsid(L"image/jpeg", &encoder) < 0 || ClaimsTooMuch(path)) {
     return FALSE;
   }
+  NewFile file;
+  std::optional<Plan> plan;
   {
-    const platform::GdipImage image = TurnedAndCut(path, turns, frame);
-    if (!image || !SaveAsNewFile(image.get(), encoder, temporary)) {
+    PageReader page;
+    plan = page.Open(path) ? PlanEdit(page, edit) : std::nullopt;
+    const platform::GdipImage picture = plan ? MakePicture(page, *plan, edit.turn) : nullptr;
+    if (picture == nullptr || !SaveAsNewFile(picture.get(), encoder, temporary, &file)) {
       return FALSE;
     }
   }
   if (!DeleteFileW(path)) {
-    DeleteFileW(temporary);
+    DeleteFileW(file.path);
     return FALSE;
   }
-  // From here on the temporary file is the image: it stays when it cannot be renamed.
-  return MoveFileW(temporary, path) ? TRUE : FALSE;
+  if (!MoveFileW(file.path, path)) {
+    StringCchCopyW(path, MAX_PATH, file.path);  // from the deletion on it is the image
+    return FALSE;
+  }
+  return plan->isCut == edit.frame.has_value() ? TRUE : FALSE;
 }
 
 }  // namespace
@@ -280,52 +239,27 @@ int GetEncoderClsid(const wchar_t* mimeType, CLSID* clsid) {
   return -1;
 }
 
-BOOL rotateImageFile(int rotationType, const wchar_t* i_wstrImagePath) {
-  DebugTrace(L"SCAN_DIALOG::rotateImageFile rotationType=%d, i_wstrImagePath=%s", rotationType, i_wstrImagePath);
-  if (rotationType < 2) {
-    return TRUE;
-  }
-  return Rewrite(i_wstrImagePath, kTurnSuffix, TurnsOfType(rotationType), nullptr);
+BOOL TurnImageFile(wchar_t* path, Turn turn) { return Rewrite(path, kTurnSuffix, {turn, std::nullopt}); }
+
+BOOL rotateImageFile(int rotationType, wchar_t* path) {
+  DebugTrace(L"SCAN_DIALOG::rotateImageFile rotationType=%d, i_wstrImagePath=%s", rotationType, path);
+  return rotationType < 2 ? TRUE : TurnImageFile(path, page::TurnOfRotationType(rotationType));
 }
 
-BOOL rotateImageFileByCommand(int command, const wchar_t* path) {
-  return Rewrite(path, kTurnSuffix, TurnsOfCommand(command), nullptr);
+BOOL trimImageFile(wchar_t* path, double left, double top, double right, double bottom) {
+  DebugTrace(L"SCAN_DIALOG::trimImageFile o_wstrImagePath=%s left=%f, top=%f, right=%f, bottom=%f", path, left, top,
+             right, bottom);
+  return Rewrite(path, kTrimSuffix, {Turn::None, page::Frame{left, top, right, bottom}});
 }
 
-BOOL trimImageFile(const wchar_t* o_wstrImagePath, double left, double top, double right, double bottom) {
-  DebugTrace(L"SCAN_DIALOG::trimImageFile o_wstrImagePath=%s left=%f, top=%f, right=%f, bottom=%f", o_wstrImagePath,
-             left, top, right, bottom);
-  const Frame frame{left, top, right, bottom};
-  return Rewrite(o_wstrImagePath, kTrimSuffix, QuarterTurns::None, &frame);
-}
-
-BOOL processImageFile(const wchar_t* path, const ImageEditParams& params) {
-  if (params.hasFrame == 1 && params.rotationType >= 2) {
-    const Frame frame{params.left, params.top, params.right, params.bottom};
-    if (Rewrite(path, kTurnSuffix, TurnsOfType(params.rotationType), &frame)) {
-      return TRUE;
-    }
-    // One of the two may still be possible on its own: a page whose frame is empty is turned.
-  }
-  const BOOL turned = rotateImageFile(params.rotationType, path);
+BOOL processImageFile(wchar_t* path, const ImageEditParams& params) {
   if (params.hasFrame != 1) {
-    return turned;
+    return rotateImageFile(params.rotationType, path);
   }
-  return trimImageFile(path, params.left, params.top, params.right, params.bottom);
-}
-
-void FollowImage(wchar_t* path) {
-  if (Exists(path)) {
-    return;
-  }
-  for (const wchar_t* suffix : {kTurnSuffix, kTrimSuffix}) {
-    wchar_t temporary[MAX_PATH] = {};
-    if (SUCCEEDED(StringCchCopyW(temporary, MAX_PATH, path)) && SUCCEEDED(StringCchCatW(temporary, MAX_PATH, suffix)) &&
-        Exists(temporary)) {
-      StringCchCopyW(path, MAX_PATH, temporary);
-      return;
-    }
-  }
+  const Turn turn = page::TurnOfRotationType(params.rotationType);
+  const page::Frame frame{params.left, params.top, params.right, params.bottom};
+  return turn == Turn::None ? trimImageFile(path, frame.left, frame.top, frame.right, frame.bottom)
+                            : Rewrite(path, kTurnSuffix, {turn, frame});
 }
 
 }  // namespace scanning

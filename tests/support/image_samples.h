@@ -10,10 +10,17 @@
 namespace samples {
 
 using GdiPlus = simulator::GdiplusSession;
-using simulator::Bytes, simulator::TemporaryFolder;
+using simulator::Bytes, simulator::NamesIn, simulator::TemporaryFolder;
 
 // The class of GDI+'s JPEG encoder, as its documentation gives it.
 constexpr CLSID kJpegEncoder = {0x557CF401, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
+
+// A path in a buffer of MAX_PATH characters, as the operations on files take it.
+struct PathBuffer {
+  explicit PathBuffer(const std::wstring& path) { path.copy(text, MAX_PATH - 1); }
+  operator wchar_t*() { return text; }
+  wchar_t text[MAX_PATH] = {};
+};
 
 // Writes a JPEG whose quadrants are red and green above, blue and yellow below.
 inline bool WriteQuadrants(const std::wstring& path, int width, int height, float dpiX, float dpiY) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "entry/class_factory.h"
-#include "scanning/jpeg_file.h"
 #include "tests/support/host_resources.h"
 
 namespace simulator {
@@ -110,7 +109,7 @@ std::string ScanHost::WhatLies(const std::wstring& reportedPath, bool complete) 
   if (Bytes(folder.path / kTakenName) != kSomebodyElses) {
     wrong += "somebody else's file; ";
   }
-  if (!reportedPath.empty() && complete && !scanning::IsWholeJpeg(reportedPath.c_str())) {
+  if (!reportedPath.empty() && complete && !IsWholeJpeg(reportedPath)) {
     wrong += "reported file; ";
   }
   for (const std::wstring& name : folder.Names()) {
@@ -119,7 +118,7 @@ std::string ScanHost::WhatLies(const std::wstring& reportedPath, bool complete) 
     if (!page && path != reportedPath && filesThatMayStay == 0) {
       wrong += "stray file; ";
     }
-    if (page && name != kTakenName && complete && !scanning::IsWholeJpeg(path.c_str())) {
+    if (page && name != kTakenName && complete && !IsWholeJpeg(path)) {
       wrong += "half a file; ";
     }
   }

@@ -11,6 +11,14 @@
 
 namespace simulator {
 
+inline std::set<std::wstring> NamesIn(const std::filesystem::path& folder) {
+  std::set<std::wstring> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    names.insert(entry.path().filename().wstring());
+  }
+  return names;
+}
+
 // A new folder of the process's own, deleted with everything in it.
 struct TemporaryFolder {
   TemporaryFolder() {
@@ -27,19 +35,20 @@ struct TemporaryFolder {
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
   std::wstring File(const std::wstring& name) const { return (path / name).wstring(); }
-  std::set<std::wstring> Names() const {
-    std::set<std::wstring> names;
-    for (const auto& entry : std::filesystem::directory_iterator(path)) {
-      names.insert(entry.path().filename().wstring());
-    }
-    return names;
-  }
+  std::set<std::wstring> Names() const { return NamesIn(path); }
   std::filesystem::path path;
 };
 
 inline std::string Bytes(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Whether it begins and ends as a JPEG does; some devices fill the last block up.
+inline bool IsWholeJpeg(const std::filesystem::path& path) {
+  const std::string bytes = Bytes(path);
+  const std::size_t end = bytes.rfind("\xFF\xD9");
+  return bytes.rfind("\xFF\xD8", 0) == 0 && end != std::string::npos && bytes.size() - end <= 512;
 }
 
 // The names of previews in the temporary folder: the platform's placeholders and the pictures.
