@@ -1,18 +1,17 @@
 #include "scanning/page_stream.h"
 
+#include <mutex>
+
 void CPageStream::Close() noexcept {
-  AcquireSRWLockExclusive(&m_fileLock);
+  const std::lock_guard locked(m_fileLock);
   m_file.Reset();
-  ReleaseSRWLockExclusive(&m_fileLock);
 }
 
 template <class Method, class... Arguments>
 HRESULT CPageStream::PassOn(Method method, Arguments... arguments) noexcept {
-  // Shared: the file's stream orders its calls itself.
-  AcquireSRWLockShared(&m_fileLock);
-  const HRESULT result = m_file != nullptr ? (m_file.Get()->*method)(arguments...) : STG_E_REVERTED;
-  ReleaseSRWLockShared(&m_fileLock);
-  return result;
+  // The platform does not promise that its file streams order the calls of several threads.
+  const std::lock_guard locked(m_fileLock);
+  return m_file != nullptr ? (m_file.Get()->*method)(arguments...) : STG_E_REVERTED;
 }
 
 HRESULT STDMETHODCALLTYPE CPageStream::QueryInterface(REFIID riid, void** ppv) {

@@ -19,7 +19,7 @@ class CPageStream final : public IStream {
   CPageStream(const CPageStream&) = delete;
   CPageStream& operator=(const CPageStream&) = delete;
 
-  // A call that another thread is in ends first.
+  // Waits for a call in progress on another thread.
   void Close() noexcept;
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
@@ -46,6 +46,6 @@ class CPageStream final : public IStream {
 
   const ModuleLock m_moduleLock;
   volatile LONG m_cRef = 1;
-  SRWLOCK m_fileLock = SRWLOCK_INIT;  // guards m_file
-  platform::ComPtr<IStream> m_file;   // null: closed
+  platform::ReaderWriterLock m_fileLock;  // one call at a time
+  platform::ComPtr<IStream> m_file;       // null: closed
 };

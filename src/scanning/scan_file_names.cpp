@@ -2,7 +2,6 @@
 
 #include <cwchar>
 #include <iterator>
-// Last: it declares the unbounded string functions deprecated.
 #include <strsafe.h>
 
 namespace scanning {

@@ -1,17 +1,15 @@
 #include "scanning/transfer_callback.h"
 
-#include <shlobj.h>
-#include <shlwapi.h>
-
 #include <algorithm>
-#include <cwchar>
 #include <iterator>
+#include <mutex>
+#include <shared_mutex>
 
 #include "platform/debug_trace.h"
 #include "platform/scoped.h"
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"
-// Last: it declares the unbounded string functions deprecated.
+#include "scanning/new_file.h"
 #include <strsafe.h>
 
 namespace {
@@ -29,54 +27,6 @@ constexpr DeviceError kDeviceErrors[] = {
     {static_cast<HRESULT>(0x800403ED), IDS_ERROR_COVER_OPEN},
     {static_cast<HRESULT>(0x800403EE), IDS_ERROR_OFFLINE},
 };
-
-// Counts a call for the length of a scope, so that Close can wait for it.
-class CallInside {
- public:
-  explicit CallInside(std::atomic<int>& count) noexcept : m_count(count) { ++m_count; }
-  ~CallInside() { --m_count; }
-  CallInside(const CallInside&) = delete;
-  CallInside& operator=(const CallInside&) = delete;
-
- private:
-  std::atomic<int>& m_count;
-};
-
-// The path itself, or "name (2).JPG" and so on when a file of that name exists. The file's folder and leaf name go in
-// separately: the form that takes a full path appends "(null)" on one runtime. Empty when there is none.
-void MakeUniquePath(wchar_t* unique, const wchar_t* path) {
-  wchar_t folder[MAX_PATH] = {};
-  StringCchCopyW(folder, MAX_PATH, path);
-  PathRemoveFileSpecW(folder);
-  if (!PathYetAnotherMakeUniqueName(unique, folder, nullptr, PathFindFileNameW(path))) {
-    unique[0] = L'\0';
-  }
-}
-
-// "name (number).JPG", as the platform writes it. False when that is too long.
-bool MakeVariant(wchar_t* variant, const wchar_t* path, int number) {
-  const wchar_t* extension = PathFindExtensionW(path);
-  return SUCCEEDED(StringCchPrintfW(variant, MAX_PATH, L"%.*ls (%d)%ls", static_cast<int>(extension - path), path,
-                                    number, extension));
-}
-
-// The number in a variant of the path; 0 for the path itself, and for a name that the platform made in another way.
-int NumberOfVariant(const wchar_t* variant, const wchar_t* path) {
-  const wchar_t* bracket = StrRChrW(variant, nullptr, L'(');
-  const int number = bracket != nullptr ? StrToIntW(bracket + 1) : 0;
-  wchar_t same[MAX_PATH] = {};
-  return number > 1 && MakeVariant(same, path, number) && std::wcscmp(same, variant) == 0 ? number : 0;
-}
-
-// Null when a file of that name is there, or none can be made. flags: as CreateFileW takes them beside the attributes.
-platform::ComPtr<IStream> CreateNewFile(const wchar_t* path, DWORD flags) {
-  platform::ComPtr<IStream> file;
-  const DWORD attributes = FILE_ATTRIBUTE_NORMAL | flags;
-  if (SHCreateStreamOnFileEx(path, STGM_READWRITE, attributes, TRUE, nullptr, &file) != S_OK) {
-    return nullptr;
-  }
-  return file;
-}
 
 }  // namespace
 
@@ -109,7 +59,7 @@ ULONG STDMETHODCALLTYPE CSimpleWIACallback::Release() {
 }
 
 HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, WiaTransferParams* pWiaTransferParams) {
-  const CallInside inside(m_callsInside);
+  const std::shared_lock inside(m_callLock);
   if (m_closed || pWiaTransferParams == nullptr || pWiaTransferParams->lMessage != WIA_TRANSFER_MSG_STATUS) {
     return S_OK;
   }
@@ -126,48 +76,33 @@ HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, 
 
 HRESULT STDMETHODCALLTYPE CSimpleWIACallback::GetNextStream(LONG /*lFlags*/, BSTR /*bstrItemName*/,
                                                             BSTR /*bstrFullItemName*/, IStream** ppDestination) {
-  const CallInside inside(m_callsInside);
+  const std::shared_lock inside(m_callLock);
   if (m_closed || ppDestination == nullptr) {
     return E_FAIL;
   }
-  AcquireSRWLockExclusive(&m_filesLock);
-  const HRESULT result = CreatePageFile(ppDestination);
-  ReleaseSRWLockExclusive(&m_filesLock);
-  return result;
+  const std::lock_guard one(m_filesLock);
+  return CreatePageFile(ppDestination);
 }
 
 HRESULT CSimpleWIACallback::CreatePageFile(IStream** destination) {
-  wchar_t wszFileName[MAX_PATH] = {};
-  platform::ComPtr<IStream> file;
-  // The platform's search asks for the path itself and then for every number from 2 on. In a stack of pages all of them
-  // are taken up to the last page's, so the next one is tried first. A name that somebody freed meanwhile is not used
-  // again: the pages keep their order.
-  const bool named = m_firstFile.empty()
-                         ? SUCCEEDED(StringCchCopyW(wszFileName, MAX_PATH, m_wszFileName))
-                         : m_lastVariant != 0 && MakeVariant(wszFileName, m_wszFileName, m_lastVariant + 1);
-  if (named) {
-    // Nobody has asked whether a link of that name is there. One whose target is missing would create the target; with
-    // the flag it counts as a file.
-    file = CreateNewFile(wszFileName, FILE_FLAG_OPEN_REPARSE_POINT);
-  }
-  if (file == nullptr) {
-    MakeUniquePath(wszFileName, m_wszFileName);
-    file = CreateNewFile(wszFileName, 0);  // fails when a file of that name has appeared meanwhile
-  }
-  DebugTrace(L"CSimpleWIACallback::GetNextStream - wszFileName = [%s]\n", wszFileName);
-  if (file == nullptr) {
+  // A stack goes on from its last number: asking for all the names that its own pages took would cost more with each
+  // page, and a name that somebody freed meanwhile would break the order.
+  scanning::NewFile file;
+  const HRESULT created = scanning::CreateNewFile(m_wszFileName, m_nextNumber, &file);
+  DebugTrace(L"CSimpleWIACallback::GetNextStream - wszFileName = [%s]\n", file.path);
+  if (FAILED(created)) {
     return E_FAIL;
   }
-  m_lastVariant = NumberOfVariant(wszFileName, m_wszFileName);
+  m_nextNumber = file.number + 1;
   platform::ComPtr<CPageStream> stream;
   try {
-    *stream.GetAddressOf() = new CPageStream(file.Get());
-    file.Reset();
-    RememberFile(wszFileName, stream.Get());
+    *stream.GetAddressOf() = new CPageStream(file.stream.Get());
+    file.stream.Reset();
+    RememberFile(file.path, stream.Get());
   } catch (...) {
-    file.Reset();
+    file.stream.Reset();
     stream.Reset();
-    DeleteFileW(wszFileName);
+    DeleteFileW(file.path);
     return E_FAIL;
   }
   *destination = stream.Detach();
@@ -184,11 +119,9 @@ void CSimpleWIACallback::RememberFile(const wchar_t* path, CPageStream* stream) 
 }
 
 void CSimpleWIACallback::Close() noexcept {
-  m_closed = true;
   // Only calls on other threads can still be inside; a message box there ends when the user closes it.
-  while (m_callsInside != 0) {
-    Sleep(1);
-  }
+  const std::lock_guard nobodyInside(m_callLock);
+  m_closed = true;
   for (const platform::ComPtr<CPageStream>& stream : m_streams) {
     stream->Close();
   }

@@ -3,7 +3,6 @@
 
 #include <windows.h>
 
-#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,17 +33,17 @@ class CSimpleWIACallback final : public IWiaTransferCallback {
   // Shows the message of a known device error, modally: the transfer waits. Always S_OK; it never cancels.
   HRESULT STDMETHODCALLTYPE TransferCallback(LONG lFlags, WiaTransferParams* pWiaTransferParams) override;
 
-  // Creates the next page's file, under the path itself or a variant of it that does not exist yet; never opens a file
+  // Creates the next page's file, under the path itself or "name (2).JPG", "name (3).JPG" and so on; never opens a file
   // that is there. The caller owns the stream. E_FAIL with *ppDestination untouched when no file could be made.
   HRESULT STDMETHODCALLTYPE GetNextStream(LONG lFlags, BSTR bstrItemName, BSTR bstrFullItemName,
                                           IStream** ppDestination) override;
 
-  // The transfer is over: refuses further calls, waits for one that another thread is in, and closes the files, also
-  // those whose streams the driver keeps: nobody could open or delete them otherwise.
+  // The transfer is over: waits for a call in progress on another thread, refuses further ones, and closes the files,
+  // also those whose streams the driver keeps: nobody could open or delete them otherwise.
   void Close() noexcept;
 
-  // After Close. The first file that was created; empty when no stream was asked for. Given away, not copied: without
-  // memory for a copy nobody would know of the file any more.
+  // After Close. The first file that was created; empty when no stream was asked for. Moved, so that no allocation can
+  // lose the name.
   std::wstring TakeFirstFile() noexcept { return std::move(m_firstFile); }
   // After Close. The later files of a preview.
   std::vector<std::wstring> TakeLaterPreviewFiles() noexcept { return std::move(m_laterPreviewFiles); }
@@ -59,11 +58,11 @@ class CSimpleWIACallback final : public IWiaTransferCallback {
   HWND m_hwndOwner;
   wchar_t m_wszFileName[MAX_PATH] = {};
 
-  Purpose m_purpose;
-  std::atomic<bool> m_closed = false;
-  std::atomic<int> m_callsInside = 0;
-  SRWLOCK m_filesLock = SRWLOCK_INIT;
-  int m_lastVariant = 0;  // the number in the last page's name; 0: none
+  const Purpose m_purpose;
+  platform::ReaderWriterLock m_callLock;  // calls hold it shared, closing exclusively
+  bool m_closed = false;
+  platform::ReaderWriterLock m_filesLock;  // guards what follows while calls run
+  int m_nextNumber = 1;                    // in the next page's name; 1: the path itself
   std::wstring m_firstFile;
   std::vector<std::wstring> m_laterPreviewFiles;
   std::vector<platform::ComPtr<CPageStream>> m_streams;
