@@ -211,28 +211,26 @@ TEST_F(Transfer, FailingCallsReportNothingAndLeaveNothing) {
   }
 }
 
-// As the platform's own search names them, whatever is there: files in the way, and a name that has a number itself.
+// Files in the way, and a name that has a number itself. Nothing may land beside the asked folder.
 TEST_F(Transfer, PagesOfAStackPassOverFilesThatAreThere) {
-  SimulatedScanner feeder({.feederPages = 10});
+  SimulatedScanner feeder({.feederPages = 4});
   const auto root = feeder.Root();
   request.pIWiaItemRoot = root.Get();
-  for (const std::wstring name : {L"Image", L"Image (7)"}) {
-    const samples::TemporaryFolder scans;
-    const samples::TemporaryFolder expected;
-    for (const samples::TemporaryFolder* place : {&scans, &expected}) {
-      for (const wchar_t* number : {L"", L" (2)", L" (4)"})
-        std::ofstream(place->path / (name + number + L".JPG")) << "x";
+  const std::pair<const wchar_t*, Names> cases[] = {
+      {L"Image", {L"Image (3).JPG", L"Image (5).JPG", L"Image (6).JPG", L"Image (7).JPG"}},
+      {L"Image (7)", {L"Image (7) (3).JPG", L"Image (7) (5).JPG", L"Image (7) (6).JPG", L"Image (7) (7).JPG"}}};
+  for (const auto& [name, pages] : cases) {
+    const std::filesystem::path scans = folder.path / (std::wstring(L"scans of ") + name);
+    std::filesystem::create_directory(scans);
+    Names expected = pages;
+    for (const wchar_t* number : {L"", L" (2)", L" (4)"}) {
+      expected.insert(std::wstring(name) + number + L".JPG");
+      std::ofstream(scans / (std::wstring(name) + number + L".JPG")) << "x";
     }
-    std::wstring first;
-    for (int page = 0; page < 10; ++page) {
-      wchar_t next[MAX_PATH] = {};
-      PathYetAnotherMakeUniqueName(next, expected.path.c_str(), nullptr, (name + L".JPG").c_str());
-      std::ofstream(std::filesystem::path(next)) << "page";
-      if (page == 0) first = PathFindFileNameW(next);
-    }
-    SetFolder(scans.path.wstring());
-    fileName.reset(SysAllocString(name.c_str()));
+    SetFolder(scans.wstring());
+    fileName.reset(SysAllocString(name));
     request.bstrFilename = fileName.get();
+    const Names parent = folder.Names();
     harness::TestDialog dialog;
     const std::size_t previews = TemporaryPreviews().size();
     harness::RunDialog(
@@ -243,9 +241,12 @@ TEST_F(Transfer, PagesOfAStackPassOverFilesThatAreThere) {
           shown.Command(IDC_SCAN);
         },
         &request);
-    EXPECT_EQ(scans.Names(), expected.Names());
-    for (const wchar_t* number : {L"", L" (2)", L" (4)"}) EXPECT_EQ(Bytes(scans.path / (name + number + L".JPG")), "x");
-    EXPECT_EQ(Reported(), scans.File(first));
+    EXPECT_EQ(samples::NamesIn(scans), expected);
+    EXPECT_EQ(folder.Names(), parent);
+    for (const wchar_t* number : {L"", L" (2)", L" (4)"}) {
+      EXPECT_EQ(Bytes(scans / (std::wstring(name) + number + L".JPG")), "x");
+    }
+    EXPECT_EQ(Reported(), (scans / *pages.begin()).wstring());
     FreeResult();
   }
 }
@@ -276,24 +277,48 @@ TEST_F(Transfer, DeviceErrorsAreShownOnce) {
   }
 }
 
-// A driver's message loop lets commands in while a transfer runs: none may start a second one or end the dialog.
+// A driver's message loop lets commands in while a transfer runs: none may start a second one, end the dialog or change
+// what the scan is cut to. The pointer is the busy one over the dialog, and the arrow over a message box.
 TEST_F(Transfer, CommandsDuringATransfer) {
-  bool asked = false;
+  const HCURSOR busy = LoadCursorW(nullptr, IDC_WAIT);
+  const HCURSOR arrow = LoadCursorW(nullptr, IDC_ARROW);
+  int asked = 0;
+  const auto meddle = [&](harness::TestDialog& dialog) {
+    ++asked;
+    EXPECT_EQ(GetCursor(), busy);
+    for (const int command : {IDC_SCAN, IDC_PREVIEW, IDCANCEL, IDM_ROTATE_LEFT, IDC_TOOL_ROTATE, IDC_TOOL_SELECT}) {
+      dialog.Command(command);
+    }
+    SendMessageW(dialog.m_hDlg, WM_CLOSE, 0, 0);
+    const LPARAM pane = MAKELPARAM(dialog.m_rcPane.left + 9, dialog.m_rcPane.top + 9);
+    for (const UINT message : {WM_MOUSEMOVE, WM_LBUTTONDOWN, WM_MOUSEMOVE, WM_LBUTTONUP}) {
+      SendMessageW(dialog.m_hDlg, message, 0, pane + 5);
+    }
+    harness::HandleMessages(dialog.m_hDlg);
+    EXPECT_EQ(dialog.TransferImage(0), HRESULT_FROM_WIN32(ERROR_BUSY));
+    EXPECT_TRUE(IsWindowVisible(dialog.m_hDlg));
+    SetCursor(arrow);
+    const HWND button = dialog.Control(IDC_SCAN);
+    SendMessageW(button, WM_SETCURSOR, reinterpret_cast<WPARAM>(button), MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
+    EXPECT_EQ(GetCursor(), busy) << "asked for over a button";
+  };
   Run([&](harness::TestDialog& dialog) {
-    scanner.SetFaults({.hook = [&](const simulator::TransferPoint&) {
-      asked = true;
-      for (const int command : {IDC_SCAN, IDC_PREVIEW, IDCANCEL, IDM_ROTATE_LEFT}) dialog.Command(command);
-      SendMessageW(dialog.m_hDlg, WM_CLOSE, 0, 0);
-      harness::HandleMessages(dialog.m_hDlg);
-      EXPECT_EQ(dialog.TransferImage(0), HRESULT_FROM_WIN32(ERROR_BUSY));
-      EXPECT_TRUE(IsWindowVisible(dialog.m_hDlg));
-    }});
+    SetCursor(arrow);
+    scanner.SetFaults({.hook = [&](const simulator::TransferPoint&) { meddle(dialog); }});
     dialog.Command(IDC_PREVIEW);
+    EXPECT_EQ(GetCursor(), arrow);
     EXPECT_TRUE(dialog.m_bPreviewLoaded);
     EXPECT_EQ(dialog.m_nRotation, 0);
+    dialog.Send(IDC_RESOLUTION, CB_SETCURSEL, 0);
+    dialog.m_rcSelection = {10, 10, 50, 40};
+    dialog.DrawSelectionFrame(dialog.m_hDlg);
+    dialog.m_bSelectTool = true;
+    dialog.m_bMouseInPane = true;
+    dialog.Command(IDC_SCAN);
   });
-  EXPECT_TRUE(asked);
-  EXPECT_EQ(scanner.Transfers().size(), 1U);
+  EXPECT_GT(asked, 4);
+  EXPECT_EQ(scanner.Transfers().size(), 2U);
+  EXPECT_EQ(samples::Picture(Reported()).GetWidth(), 314U) << "cut to the frame that was there";
 }
 
 TEST_F(Transfer, AFailedPreviewLeavesNone) {

@@ -8,6 +8,7 @@
 
 #include "platform/module_instance.h"
 #include "platform/scoped.h"
+#include "platform/thread_contexts.h"
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"
 
@@ -49,6 +50,8 @@ void RegisterControlClasses() {
 INT_PTR BASE_DIALOG::DoModal(DEVICEDIALOGDATA2* pDeviceDialogData) {
   m_pDeviceDialogData = pDeviceDialogData;
   m_hInstance = g_hInstance;
+  const platform::ControlsContext look(g_hInstance);
+  const platform::SystemDensity density;
   g_pLangResource = new LANG_RESOURCE(g_hInstance);
   m_bRightToLeft = g_pLangResource->IsRightToLeft();
   g_pLangResource->m_hDialogFont = g_pLangResource->GetDialogFont();
@@ -154,6 +157,8 @@ INT_PTR BASE_DIALOG::OnMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lP
       return OnCtlColorScrollBar(hDlg, wParam, lParam);
     case WM_CTLCOLORSTATIC:
       return OnCtlColorStatic(hDlg, wParam, lParam);
+    case WM_SETCURSOR:
+      return ShowBusyPointer(reinterpret_cast<HWND>(wParam));
     case WM_ACTIVATE:
     case WM_HSCROLL:
     case WM_VSCROLL:
@@ -161,7 +166,7 @@ INT_PTR BASE_DIALOG::OnMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lP
     case WM_LBUTTONDOWN:
     case WM_LBUTTONUP:
     case WM_CAPTURECHANGED:
-      return OnPointerMessage(message, wParam, lParam);
+      return OnInputMessage(message, wParam, lParam);
     case WM_MOUSEACTIVATE:
     case WM_MOUSEHOVER:
     case WM_MOUSELEAVE:
@@ -188,14 +193,16 @@ INT_PTR BASE_DIALOG::OnMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lP
   return FALSE;
 }
 
-// The messages whose handlers' results do not matter.
-INT_PTR BASE_DIALOG::OnPointerMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+// Pointer and scroll bars; their handlers' results do not matter.
+INT_PTR BASE_DIALOG::OnInputMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   const auto sentBy = [this, lParam](int control) {
     return lParam != 0 && reinterpret_cast<HWND>(lParam) == GetDlgItem(m_hDlg, control);
   };
   switch (message) {
     case WM_ACTIVATE:
-      // The whole parameter: a deactivation while minimised (high word set) is not meant.
+      // A drag must not stay open when the window loses the pointer: the press of a second button ends one, and so does
+      // this. The other window's handle stands where a press has its position, so it is taken for one.
+      // The whole parameter is compared: a deactivation while minimised (high word set) is not meant.
       if (wParam == WA_INACTIVE) {
         m_bButtonDown = true;
         OnLButtonDown(m_hDlg, 0, lParam);
@@ -231,6 +238,17 @@ INT_PTR BASE_DIALOG::OnPointerMessage(UINT message, WPARAM wParam, LPARAM lParam
       break;
   }
   return FALSE;
+}
+
+// Answers before the window under the pointer does. Only for the dialog and its controls: the message reaches an owner
+// also for its message boxes.
+INT_PTR BASE_DIALOG::ShowBusyPointer(HWND under) {
+  if (m_hCurBusy == nullptr || (under != m_hDlg && !IsChild(m_hDlg, under))) {
+    return FALSE;
+  }
+  SetCursor(m_hCurBusy);
+  SetWindowLongPtrW(m_hDlg, DWLP_MSGRESULT, TRUE);
+  return TRUE;
 }
 
 bool BASE_DIALOG::WantsMouseMove() const {

@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "platform/scoped.h"
+#include "platform/thread_contexts.h"
 #include "resources/resource_ids.h"
 
 LANG_RESOURCE* g_pLangResource = nullptr;
@@ -111,7 +112,14 @@ int LANG_RESOURCE::ShowMessage(HWND owner, UINT stringId) const {
   }
   // Message boxes do not inherit the owner's right-to-left layout.
   const UINT layout = IsRightToLeft() ? MB_RTLREADING | MB_RIGHT : 0;
-  return MessageBoxW(owner, message, caption, MB_OK | layout);
+  // The dialog's thread has it, a driver's own does not.
+  const platform::ControlsContext look(m_hModule);
+  // The box may open under a busy pointer, which stands until the pointer moves, and must be back when nobody asks for
+  // it.
+  const HCURSOR before = SetCursor(LoadCursorW(nullptr, IDC_ARROW));
+  const int answer = MessageBoxW(owner, message, caption, MB_OK | layout);
+  SetCursor(before);
+  return answer;
 }
 
 HFONT LANG_RESOURCE::GetDialogFont() {

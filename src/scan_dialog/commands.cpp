@@ -6,10 +6,10 @@
 
 namespace {
 
-// Dialog client pixels. The area beside the settings lists that shows how the original is fed.
+// The area beside the settings lists that shows how the original is fed, in dialog client pixels at 96 dpi.
 constexpr RECT kFeedArea = {209, 32, 369, 192};
-constexpr int kFeedImageWidth = 150;   // pixels
-constexpr int kFeedImageHeight = 100;  // pixels
+constexpr int kFeedImageWidth = 150;   // pixels at 96 dpi
+constexpr int kFeedImageHeight = 100;  // pixels at 96 dpi
 
 // While a transfer runs, messages can arrive through a nested loop (a device-error box, or the caller's own). What
 // would start a second transfer, end the dialog under the first or change what the running one is finished with must
@@ -19,6 +19,7 @@ bool IsRefusedDuringTransfer(int id) {
     case IDC_SCAN:
     case IDC_PREVIEW:
     case IDCANCEL:
+    case IDC_TOOL_SELECT:
     case IDC_TOOL_ROTATE:
     case IDM_ROTATE_UPSIDE_DOWN:
     case IDM_ROTATE_RIGHT:
@@ -53,7 +54,7 @@ INT_PTR SCAN_DIALOG::OnCommand(HWND hDlg, WPARAM wParam, LPARAM /*lParam*/) {
       break;
     case IDC_FEED_METHOD:
     case IDC_PLACEMENT:
-      InvalidateRect(hDlg, &kFeedArea, TRUE);
+      InvalidateFeedArea(hDlg);
       break;
     case IDC_ZOOM_LIST:
       SelectTool(hDlg, 0);
@@ -90,11 +91,16 @@ INT_PTR SCAN_DIALOG::OnCommand(HWND hDlg, WPARAM wParam, LPARAM /*lParam*/) {
   return FALSE;
 }
 
+void SCAN_DIALOG::InvalidateFeedArea(HWND hDlg) {
+  const RECT area = {Scaled(kFeedArea.left), Scaled(kFeedArea.top), Scaled(kFeedArea.right), Scaled(kFeedArea.bottom)};
+  InvalidateRect(hDlg, &area, TRUE);
+}
+
 void SCAN_DIALOG::InvalidateFeedImage(HWND hDlg) {
   RECT area = {};
   GetWindowRect(GetDlgItem(hDlg, IDC_FEED_IMAGE), &area);
-  area.right = area.left + kFeedImageWidth;
-  area.bottom = area.top + kFeedImageHeight;
+  area.right = area.left + Scaled(kFeedImageWidth);
+  area.bottom = area.top + Scaled(kFeedImageHeight);
   // Both corners in one call, which keeps left and right in order when the dialog is mirrored.
   MapWindowPoints(nullptr, hDlg, reinterpret_cast<POINT*>(&area), 2);
   InvalidateRect(hDlg, &area, FALSE);

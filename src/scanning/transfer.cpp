@@ -2,6 +2,8 @@
 #include <windows.h>
 
 #include <new>
+#include <string>
+#include <vector>
 
 #include "core/settings_catalogue.h"
 #include "platform/debug_trace.h"
@@ -11,7 +13,6 @@
 #include "scanning/image_file.h"
 #include "scanning/scan_file_names.h"
 #include "scanning/transfer_callback.h"
-// Last: it declares the unbounded string functions deprecated.
 #include <strsafe.h>
 
 using platform::ComPtr;
@@ -39,10 +40,10 @@ Delivery Download(IWiaTransfer* transfer, HWND owner, const wchar_t* path, Purpo
   if (callback == nullptr) {
     return {E_OUTOFMEMORY, {}, {}};
   }
-  ComPtr<IWiaTransferCallback> callbackInterface;
-  HRESULT result = callback->QueryInterface(IID_IWiaTransferCallback, &callbackInterface);
-  if (SUCCEEDED(result)) {
-    result = transfer->Download(0, callbackInterface.Get());
+  HRESULT result = S_OK;
+  const auto receiver = platform::Query<IWiaTransferCallback>(callback.Get(), IID_IWiaTransferCallback, &result);
+  if (receiver != nullptr) {
+    result = transfer->Download(0, receiver.Get());
   }
   callback->Close();
   return {result, callback->TakeFirstFile(), callback->TakeLaterPreviewFiles()};
@@ -50,11 +51,34 @@ Delivery Download(IWiaTransfer* transfer, HWND owner, const wchar_t* path, Purpo
 
 }  // namespace
 
+// The busy pointer over the dialog, also where message loops of others run meanwhile; afterwards the one before it, or
+// the arrow when the tool that it belonged to is no longer current.
+class SCAN_DIALOG::BusyPointer {
+ public:
+  explicit BusyPointer(SCAN_DIALOG& dialog) : m_dialog(dialog) {
+    m_dialog.m_hCurBusy = LoadCursorW(nullptr, IDC_WAIT);
+    m_before = SetCursor(m_dialog.m_hCurBusy);
+  }
+  ~BusyPointer() {
+    m_dialog.m_hCurBusy = nullptr;
+    const bool hasTool = m_dialog.m_bPanTool || m_dialog.m_bSelectTool || m_dialog.m_bZoomTool;
+    SetCursor(hasTool ? m_before : m_dialog.m_hCurArrow);
+  }
+  BusyPointer(const BusyPointer&) = delete;
+  BusyPointer& operator=(const BusyPointer&) = delete;
+
+ private:
+  SCAN_DIALOG& m_dialog;
+  HCURSOR m_before;
+};
+
 HRESULT SCAN_DIALOG::TransferImage(int previewFlag) {
   if (m_bTransferring) {
     return HRESULT_FROM_WIN32(ERROR_BUSY);
   }
+  EndDrag(m_hDlg);  // its release would come while the transfer runs
   const platform::FlagGuard transferring(m_bTransferring);
+  const BusyPointer busy(*this);
   if (previewFlag != 0) {
     ClearPreview();
   }
@@ -64,19 +88,13 @@ HRESULT SCAN_DIALOG::TransferImage(int previewFlag) {
   if (item == nullptr) {
     return result;
   }
-  ComPtr<IWiaPropertyStorage> storage;
-  if (SUCCEEDED(item->QueryInterface(IID_IWiaPropertyStorage, &storage)) && storage != nullptr) {
+  if (const auto storage = platform::Query<IWiaPropertyStorage>(item.Get(), IID_IWiaPropertyStorage)) {
     // A value that the driver rejects does not stop the scan: it runs with whatever the item holds.
     SetScanProperties(storage.Get(), previewFlag);
-    storage.Reset();
   }
-  ComPtr<IWiaTransfer> transfer;
-  result = item->QueryInterface(IID_IWiaTransfer, &transfer);
-  if (FAILED(result)) {
-    return result;
-  }
+  const auto transfer = platform::Query<IWiaTransfer>(item.Get(), IID_IWiaTransfer, &result);
   if (transfer == nullptr) {
-    return E_UNEXPECTED;
+    return result;
   }
   return previewFlag != 0 ? TransferPreview(transfer.Get()) : TransferScan(transfer.Get(), item.Get());
 }
@@ -93,7 +111,7 @@ HRESULT SCAN_DIALOG::TransferPreview(IWiaTransfer* transfer) {
     DeleteFileW(later.c_str());
   }
   if (delivery.firstFile.empty() && existedBefore) {
-    return delivery.result;  // as below: what is shown here is turned and deleted
+    return delivery.result;  // somebody else's file: must not be shown, turned or deleted
   }
   if (delivery.result == S_OK) {
     UpdatePreviewImage(delivery.firstFile.empty() ? name.path() : delivery.firstFile.c_str());
@@ -110,19 +128,19 @@ HRESULT SCAN_DIALOG::TransferScan(IWiaTransfer* transfer, IWiaItem2* item) {
   if (FAILED(named)) {
     return named;
   }
+  // As it is now: what the user does while the page arrives is for the next one.
+  ImageEditParams params;
+  GetImageEditParams(&params);
   const bool existedBefore = FileExists(path);
   const Delivery delivery = Download(transfer, m_hDlg, path, Purpose::Scan);
   if (delivery.firstFile.empty() && existedBefore) {
-    // The file of that name is somebody else's: it is neither changed nor reported.
+    // Somebody else's file: must not be changed or reported.
     return delivery.result;
   }
   wchar_t written[MAX_PATH] = {};
   StringCchCopyW(written, MAX_PATH, delivery.firstFile.empty() ? path : delivery.firstFile.c_str());
   if (delivery.result == S_OK && m_bPreviewLoaded) {
-    ImageEditParams params;
-    GetImageEditParams(&params);
     processImageFile(written, params);
-    scanning::FollowImage(written);  // the caller opens what is reported
   }
   // A handler that failed meanwhile, in a message loop of the driver's, makes the whole call fail: a caller that is
   // told so does not look for files to free.
@@ -142,25 +160,13 @@ HRESULT SCAN_DIALOG::ReportScan(IWiaItem2* item, const wchar_t* path, HRESULT re
   m_pDeviceDialogData->lNumFiles = 1;
   m_pDeviceDialogData->pbstrFilePaths = paths;
   m_pDeviceDialogData->pWiaItem = item;
+  m_bReported = true;
   return result;
 }
 
 void SCAN_DIALOG::GetImageEditParams(ImageEditParams* params) const {
   *params = {};
-  switch (m_nRotation) {
-    case 90:
-      params->rotationType = 2;
-      break;
-    case 180:
-      params->rotationType = 3;
-      break;
-    case 270:
-      params->rotationType = 4;
-      break;
-    default:
-      params->rotationType = 1;
-      break;
-  }
+  params->rotationType = page::RotationTypeOf(page::TurnOfDegrees(m_nRotation));
   if (m_rcSelection == preview::Rect{}) {
     return;
   }
@@ -171,12 +177,6 @@ void SCAN_DIALOG::GetImageEditParams(ImageEditParams* params) const {
   params->bottom = m_rcSelection.bottom;
 }
 
-BOOL SCAN_DIALOG::processImageFile(const wchar_t* path, const ImageEditParams& params) {
+BOOL SCAN_DIALOG::processImageFile(wchar_t* path, const ImageEditParams& params) {
   return scanning::processImageFile(path, params);
-}
-
-SCAN_DIALOG::~SCAN_DIALOG() {
-  if (m_wstrPreviewFile[0] != L'\0') {
-    DeleteFileW(m_wstrPreviewFile);
-  }
 }
