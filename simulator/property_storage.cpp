@@ -27,14 +27,14 @@ void PutText(const std::wstring& text, PROPVARIANT& out) {
   out.vt = VT_BSTR;
 }
 
-void PutNumber(LONG number, PROPVARIANT& out) {
-  out.lVal = number;
-  out.vt = VT_I4;
+void PutNumber(LONG number, PROPVARIANT& out, VARTYPE type = VT_I4) {
+  out.lVal = number;  // little endian: the shorter types read their part of it
+  out.vt = type;
 }
 
-void PutValue(const PropertyValue& value, PROPVARIANT& out) {
+void PutValue(const PropertyValue& value, PROPVARIANT& out, VARTYPE integerType) {
   if (const LONG* number = std::get_if<LONG>(&value)) {
-    PutNumber(*number, out);
+    PutNumber(*number, out, integerType);
   } else if (const std::wstring* text = std::get_if<std::wstring>(&value)) {
     PutText(*text, out);
   } else if (const GUID* guid = std::get_if<GUID>(&value)) {
@@ -43,10 +43,10 @@ void PutValue(const PropertyValue& value, PROPVARIANT& out) {
   }
 }
 
-void PutNumbers(const std::vector<LONG>& numbers, PROPVARIANT& out) {
+void PutNumbers(const std::vector<LONG>& numbers, PROPVARIANT& out, VARTYPE type) {
   out.cal.pElems = numbers.empty() ? nullptr : CopyToTaskMemory(numbers.data(), numbers.size());
   out.cal.cElems = static_cast<ULONG>(numbers.size());
-  out.vt = VT_VECTOR | VT_I4;
+  out.vt = static_cast<VARTYPE>(VT_VECTOR | type);
 }
 
 // The formats' list has the count as the first four bytes of its first element, which nobody reads, and the nominal
@@ -98,7 +98,7 @@ HRESULT PropertyStorage::ReadMultiple(ULONG count, const PROPSPEC specifications
         values[i].bstrVal = nullptr;
         values[i].vt = VT_BSTR;
       } else {
-        PutValue(property->value, values[i]);
+        PutValue(property->value, values[i], m_device.Configuration().integerType);
       }
     }
     return found ? S_OK : S_FALSE;
@@ -151,7 +151,7 @@ HRESULT PropertyStorage::GetPropertyAttributes(ULONG count, PROPSPEC specificati
       } else if (property->Type() == VT_CLSID) {
         PutFormats(values[i]);
       } else if ((property->access & WIA_PROP_NONE) == 0) {
-        PutNumbers(property->valid, values[i]);
+        PutNumbers(property->valid, values[i], m_device.Configuration().integerType);
       }
     }
     return found ? S_OK : S_FALSE;

@@ -77,6 +77,7 @@ struct ScannerConfiguration {
 
   // Overrides for hostile devices.
   std::optional<std::vector<LONG>> rawResolutionValues = {};  // the whole vector of valid values of XRES, as it stands
+  VARTYPE integerType = VT_I4;                                // of the integers that are answered
   bool nullDeviceId = false;                                  // the device identifier is a null BSTR
 };
 

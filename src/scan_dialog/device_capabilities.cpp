@@ -2,6 +2,8 @@
 // capability; no failure here keeps the dialog from opening.
 #include <windows.h>
 
+#include <algorithm>
+
 #include "platform/scoped.h"
 #include "platform/wia2.h"
 #include "scan_dialog/scan_dialog.h"
@@ -19,19 +21,32 @@ PROPSPEC PropertyById(PROPID id) {
   return property;
 }
 
-bool IsInteger(const PROPVARIANT& value) { return value.vt == VT_I4 || value.vt == VT_UI4; }
+// The value as a 32-bit integer, of whichever integer type the driver answers; 0 for any other.
+LONG IntegerOf(const PROPVARIANT& value) {
+  switch (value.vt) {
+    case VT_I2:
+      return value.iVal;
+    case VT_UI2:
+      return value.uiVal;
+    case VT_I4:
+    case VT_INT:
+    case VT_UI4:
+    case VT_UINT:
+      return value.lVal;
+    default:
+      return 0;
+  }
+}
 
-// The 32-bit integers of a vector of valid values; drivers use signed and unsigned ones.
+// Whether a vector of valid values has this among its 32-bit integers; drivers use signed and unsigned ones.
 bool ContainsInteger(const PROPVARIANT& values, LONG wanted) {
-  if (values.vt != (VT_VECTOR | VT_I4) && values.vt != (VT_VECTOR | VT_UI4)) {
+  const int type = values.vt & VT_TYPEMASK;
+  if ((values.vt & VT_VECTOR) == 0 || (type != VT_I4 && type != VT_UI4 && type != VT_INT && type != VT_UINT) ||
+      values.cal.pElems == nullptr) {
     return false;
   }
-  for (ULONG i = 0; values.cal.pElems != nullptr && i < values.cal.cElems; ++i) {
-    if (values.cal.pElems[i] == wanted) {
-      return true;
-    }
-  }
-  return false;
+  return std::find(values.cal.pElems, values.cal.pElems + values.cal.cElems, wanted) !=
+         values.cal.pElems + values.cal.cElems;
 }
 
 }  // namespace
@@ -61,23 +76,23 @@ ComPtr<IWiaItem2> SCAN_DIALOG::FirstChildItem(const GUID& category, HRESULT* res
 }
 
 void SCAN_DIALOG::ReadFeederCapability() {
-  ComPtr<IWiaPropertyStorage> storage;
-  IWiaItem2* root = m_pDeviceDialogData->pIWiaItemRoot;
-  if (root == nullptr || FAILED(root->QueryInterface(IID_IWiaPropertyStorage, &storage)) || storage == nullptr) {
+  const auto storage =
+      platform::Query<IWiaPropertyStorage>(m_pDeviceDialogData->pIWiaItemRoot, IID_IWiaPropertyStorage);
+  if (storage == nullptr) {
     return;
   }
   const PROPSPEC property = PropertyById(WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES);
   platform::ScopedPropVariant value;
-  if (storage->ReadMultiple(1, &property, value.put()) == S_OK && IsInteger(value.get())) {
-    m_bHasFeeder = (value.get().lVal & kFeedCapability) != 0;
+  if (storage->ReadMultiple(1, &property, value.put()) == S_OK) {
+    m_bHasFeeder = (IntegerOf(value.get()) & kFeedCapability) != 0;
   }
 }
 
 void SCAN_DIALOG::ReadResolutionCapability() {
   HRESULT result = S_OK;
-  const ComPtr<IWiaItem2> flatbed = FirstChildItem(WIA_CATEGORY_FLATBED, &result);
-  ComPtr<IWiaPropertyStorage> storage;
-  if (flatbed == nullptr || FAILED(flatbed->QueryInterface(IID_IWiaPropertyStorage, &storage)) || storage == nullptr) {
+  const auto storage = platform::Query<IWiaPropertyStorage>(FirstChildItem(WIA_CATEGORY_FLATBED, &result).Get(),
+                                                            IID_IWiaPropertyStorage);
+  if (storage == nullptr) {
     return;
   }
   PROPSPEC property = PropertyById(WIA_IPS_XRES);  // some headers take it by non-const pointer

@@ -12,10 +12,7 @@
 #include "platform/scoped.h"
 #include "platform/wia2.h"
 #include "scan_dialog/scan_dialog.h"
-// Last: it declares the unbounded string functions deprecated.
 #include <strsafe.h>
-
-using platform::ComPtr;
 
 namespace {
 
@@ -87,9 +84,9 @@ void SetTitleFromRegistry(HWND hDlg, const wchar_t* deviceId) {
 
 void SCAN_DIALOG::ReadDeviceIdentity() {
   HRESULT result = S_OK;
-  const ComPtr<IWiaItem2> flatbed = FirstChildItem(WIA_CATEGORY_FLATBED, &result);
-  ComPtr<IWiaPropertyStorage> storage;
-  if (flatbed == nullptr || FAILED(flatbed->QueryInterface(IID_IWiaPropertyStorage, &storage)) || storage == nullptr) {
+  const auto storage = platform::Query<IWiaPropertyStorage>(FirstChildItem(WIA_CATEGORY_FLATBED, &result).Get(),
+                                                            IID_IWiaPropertyStorage);
+  if (storage == nullptr) {
     return;
   }
   PROPSPEC property = {};
