@@ -77,6 +77,7 @@ TEST_F(PreviewTools, FramesInAllDirectionsWithTheirMinimumSide) {
                  {100, 100, 97, 102, {96, 106, 106, 116}},
                  {4, 4, 2, 2, {0, 0, 10, 10}},
                  {203, 263, 204, 264, {206, 269, 216, 279}},
+                 {204, 264, 209, 269, {206, 269, 216, 279}},   // outward from the last pixel that can be seen
                  {150, 200, 215, 330, {159, 212, 216, 279}}};  // the band ends with the image
     for (const auto& c : cases) {
       const PaneScreen before(d);
@@ -136,6 +137,19 @@ TEST_F(PreviewTools, TheNineByNineCornerResizes) {
         EXPECT_TRUE(PaneScreen(d) == clean) << "a rubber band was not erased";
       }
     }
+  });
+}
+
+TEST_F(PreviewTools, AFrameOutOfViewIsNotLost) {
+  WithTool(IDC_TOOL_SELECT, [](TestDialog& d, Pointer& pointer) {
+    pointer.Drag(24, 24, 60, 60);
+    const Rect frame = d.m_rcSelection;
+    Zoom(d, 6, 700);
+    InvalidateRect(d.m_hDlg, nullptr, TRUE);
+    HandleMessages(d.m_hDlg);
+    pointer.Press(1, 1);  // where the pane's corner stands for the frame's
+    pointer.Release(1, 1);
+    EXPECT_EQ(d.m_rcSelection, frame);
   });
 }
 

@@ -203,6 +203,17 @@ TEST_F(PreviewView, LoadingAndClearingResetTheView) {
   });
 }
 
+TEST_F(PreviewView, WithoutAPreviewNothingIsDrawnIntoThePane) {
+  TestDialog dialog;
+  RunDialog(dialog, [](TestDialog& d) {
+    const PaneScreen before(d);
+    for (const int command : {IDM_ROTATE_RIGHT, IDC_TOOL_SELECT, IDM_ZOOM_IN}) d.Command(command);
+    d.Command(IDC_ZOOM_LIST, CBN_SELCHANGE);
+    SendMessageW(d.m_hDlg, WM_HSCROLL, SB_RIGHT, reinterpret_cast<LPARAM>(d.Control(IDC_HORIZONTAL_SCROLL)));
+    EXPECT_TRUE(PaneScreen(d) == before);
+  });
+}
+
 TEST_F(PreviewView, TurningTakesPictureFrameAndViewAlong) {
   const struct {
     int command, degrees;
@@ -258,6 +269,8 @@ TEST_F(PreviewView, RightToLeftShowsThePageUnmirrored) {
     EXPECT_TRUE(drawn.HasBlackBorder());
     EXPECT_EQ(before.At(23, 40) ^ drawn.At(23, 40), 0xFFFFFFU);
     EXPECT_EQ(before.At(24, 40), drawn.At(24, 40));
+    d.ClearPreview();
+    EXPECT_EQ(PaneScreen(d).Letter(100, 100), '?') << "the old page stands";
   });
 }
 

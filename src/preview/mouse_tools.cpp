@@ -39,48 +39,26 @@ preview::Point SCAN_DIALOG::VisibleImageLimits() const {
 void SCAN_DIALOG::ReleasePaneCapture(HWND hDlg) {
   if (hDlg != nullptr && GetCapture() == hDlg) {
     ReleaseCapture();
-    m_bMouseInPane = false;  // from here on nobody knows: the next movement finds out and sets the cursor
+    m_bMouseInPane = false;  // unknown until the next mouse move, which sets the cursor
   }
 }
 
 void SCAN_DIALOG::SelectTool(HWND hDlg, int id) {
   // A drag that never saw its button release would otherwise keep its rubber band under the next tool.
   EndDrag(hDlg);
-  // The click makes the button notify the dialog, which comes here again with the same id. Some platforms ignore a
-  // click sent to a button that is still handling one; others recurse without end.
-  const auto clickButton = [&] {
-    if (m_bClickingTool) {
-      return;
-    }
+  const bool isTool = id == IDC_TOOL_SELECT || id == IDC_TOOL_ZOOM || id == IDC_TOOL_PAN;
+  // The click makes the button notify the dialog, which comes here again with the same id. Windows ignores a click sent
+  // to a button that is still handling one; Wine 8 recurses without end.
+  if (isTool && !m_bClickingTool) {
     const platform::FlagGuard clicking(m_bClickingTool);
     SendDlgItemMessageW(hDlg, id, BM_CLICK, 0, 0);
-  };
-  switch (id) {
-    case IDC_TOOL_SELECT:
-      clickButton();
-      m_bSelectTool = true;
-      m_bZoomTool = false;
-      m_bPanTool = false;
-      break;
-    case IDC_TOOL_ZOOM:
-      m_bSelectTool = false;
-      clickButton();
-      m_bZoomTool = true;
-      m_bPanTool = false;
-      break;
-    case IDC_TOOL_PAN:
-      m_bSelectTool = false;
-      m_bZoomTool = false;
-      clickButton();
-      m_bPanTool = true;
-      break;
-    default:
-      m_bSelectTool = false;
-      m_bZoomTool = false;
-      m_bPanTool = false;
-      // Without a tool no movement gives the capture up, and no button of the dialog could be clicked any more.
-      ReleasePaneCapture(hDlg);
-      break;
+  }
+  m_bSelectTool = id == IDC_TOOL_SELECT;
+  m_bZoomTool = id == IDC_TOOL_ZOOM;
+  m_bPanTool = id == IDC_TOOL_PAN;
+  if (!isTool) {
+    // Without a tool no movement gives the capture up, and no button of the dialog could be clicked any more.
+    ReleasePaneCapture(hDlg);
   }
 }
 
@@ -91,6 +69,9 @@ void SCAN_DIALOG::ClearSelection(HWND hDlg) {
 }
 
 void SCAN_DIALOG::OnLButtonDown(HWND hDlg, WPARAM wParam, LPARAM lParam) {
+  if (m_bTransferring) {
+    return;
+  }
   const preview::Point pointer = PointerPosition(hDlg, lParam);
   const preview::Point limits = VisibleImageLimits();
   if (!preview::IsInside(pointer, {m_rcPane.left, m_rcPane.top, limits.x, limits.y})) {
@@ -123,7 +104,7 @@ void SCAN_DIALOG::OnLButtonDown(HWND hDlg, WPARAM wParam, LPARAM lParam) {
 
 void SCAN_DIALOG::StartFrame(HWND hDlg) {
   m_bSelecting = true;
-  if (!m_bFrameHidden && preview::IsOnResizeCorner(m_ptMouse, m_rcFrame)) {
+  if (!m_bFrameHidden && preview::IsOnResizeCorner(m_ptMouse, m_rcFrame, Scaled(preview::kCornerReach))) {
     // The frame on the screen becomes the rubber band.
     m_ptMouse = {m_rcFrame.right, m_rcFrame.bottom};
     m_ptAnchor = {m_rcFrame.left, m_rcFrame.top};
@@ -138,7 +119,7 @@ void SCAN_DIALOG::StartFrame(HWND hDlg) {
 }
 
 void SCAN_DIALOG::OnMouseMove(HWND hDlg, WPARAM /*wParam*/, LPARAM lParam) {
-  if (!m_bPanTool && !m_bSelectTool && !m_bZoomTool) {
+  if (m_bTransferring || (!m_bPanTool && !m_bSelectTool && !m_bZoomTool)) {
     return;
   }
   // Held while the pointer is over the pane: a window that has the mouse captured is asked for no cursor, so the tool's
@@ -182,7 +163,8 @@ void SCAN_DIALOG::UpdatePaneCursor(HWND hDlg, LPARAM lParam) {
   if (!m_bSelectTool || m_bSelecting || m_rcFrame.right == m_rcPane.right || m_rcFrame.bottom == m_rcPane.bottom) {
     return;
   }
-  if (m_rcSelection.hasArea() && preview::IsOnResizeCorner(pointer, m_rcFrame)) {
+  if (!m_bFrameHidden && m_rcSelection.hasArea() &&
+      preview::IsOnResizeCorner(pointer, m_rcFrame, Scaled(preview::kCornerReach))) {
     SetCursor(m_hCurSizeNWSE);
   } else if (!m_bButtonDown) {
     SetCursor(m_hCurCross);
@@ -192,15 +174,14 @@ void SCAN_DIALOG::UpdatePaneCursor(HWND hDlg, LPARAM lParam) {
 void SCAN_DIALOG::DragSelectionFrame(HWND hDlg, LPARAM lParam) {
   const preview::Point pointer = PointerPosition(hDlg, lParam);
   const preview::Point limits = VisibleImageLimits();
-  const preview::Point corner = {std::min(pointer.x, limits.x), std::min(pointer.y, limits.y)};
-  if (m_bFrameHidden && corner == m_ptMouse) {
+  if (m_bFrameHidden && pointer == m_ptMouse) {
     return;  // the platform repeats the last movement when windows change; a click must not become a frame by it
   }
   {
     const platform::WindowDC dialog(hDlg);
     // No rubber band is on the screen before the first movement; its rectangle is empty then.
     InvertFrame(dialog.get(), {m_ptAnchor.x, m_ptAnchor.y, m_ptMouse.x, m_ptMouse.y});
-    m_ptMouse = corner;
+    m_ptMouse = {std::min(pointer.x, limits.x), std::min(pointer.y, limits.y)};
     InvertFrame(dialog.get(), {m_ptAnchor.x, m_ptAnchor.y, m_ptMouse.x, m_ptMouse.y});
     m_bFrameHidden = false;
   }

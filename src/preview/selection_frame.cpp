@@ -24,7 +24,7 @@ void SCAN_DIALOG::InvertFrame(HDC hdc, const preview::Rect& frame) {
 }
 
 void SCAN_DIALOG::DrawPaneBorder(HDC hdc) const {
-  if (hdc != nullptr) {
+  if (hdc != nullptr && HasPreview()) {
     DrawHollowRectangle(hdc, PS_SOLID, R2_BLACK, m_rcPane);
   }
 }

@@ -5,7 +5,7 @@
 #include "platform/gdiplus_owners.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
-#include "scanning/jpeg_file.h"
+#include "scanning/image_claims.h"
 
 using Gdiplus::DllExports::GdipDrawImageRectRectI;
 using Gdiplus::DllExports::GdipGetImageHeight;
@@ -92,24 +92,32 @@ void SCAN_DIALOG::ResetPreviewState() {
   ReleasePaneCapture(m_hDlg);
 }
 
+void SCAN_DIALOG::EnablePreviewControls(bool enabled) {
+  for (const int control : {IDC_PREVIEW_PANE, IDC_ZOOM_LIST, IDC_TOOL_SELECT, IDC_TOOL_ZOOM, IDC_TOOL_ROTATE,
+                            IDC_TOOL_PAN, IDC_VERTICAL_SCROLL, IDC_HORIZONTAL_SCROLL}) {
+    EnableWindow(GetDlgItem(m_hDlg, control), enabled ? TRUE : FALSE);
+  }
+}
+
 void SCAN_DIALOG::ClearPreview() {
-  if (m_wstrPreviewFile[0] != L'\0') {
+  if (HasPreview()) {
     DeleteFileW(m_wstrPreviewFile);
   }
   ZeroMemory(m_wstrPreviewFile, sizeof(m_wstrPreviewFile));
   ResetPreviewState();
   m_bRepaintPreview = false;
   ClearAreaReadout();
-  for (const int control : {IDC_PREVIEW_PANE, IDC_ZOOM_LIST, IDC_TOOL_SELECT, IDC_TOOL_ZOOM, IDC_TOOL_ROTATE,
-                            IDC_TOOL_PAN, IDC_VERTICAL_SCROLL, IDC_HORIZONTAL_SCROLL}) {
-    DisableControl(m_hDlg, control);
-  }
+  EnablePreviewControls(false);
   SendDlgItemMessageW(m_hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, settings::kZoomDefaultIndex, 0);
   if (m_hDlg != nullptr) {
-    // The pane control paints nothing, so the old picture would stand until something covers it.
-    const RECT pane = {m_rcPane.left, m_rcPane.top, m_rcPane.right, m_rcPane.bottom};
-    RedrawWindow(GetDlgItem(m_hDlg, IDC_PREVIEW_PANE), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME);
-    RedrawWindow(m_hDlg, &pane, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_UPDATENOW);
+    // The pane control paints nothing, so the old picture would stand until something covers it. The dialog's client
+    // coordinates are mirrored in a right-to-left one, m_rcPane is not: hence the way by the screen.
+    const HWND pane = GetDlgItem(m_hDlg, IDC_PREVIEW_PANE);
+    RECT area = {};
+    GetWindowRect(pane, &area);
+    MapWindowPoints(nullptr, m_hDlg, reinterpret_cast<POINT*>(&area), 2);
+    RedrawWindow(pane, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME);
+    RedrawWindow(m_hDlg, &area, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_UPDATENOW);
   }
 }
 
@@ -140,7 +148,7 @@ void SCAN_DIALOG::ApplyScrollRule(UINT x, UINT y, PreviewDrawMode mode, double z
 }
 
 void SCAN_DIALOG::DrawPreviewImage(HWND hDlg, UINT x, UINT y, PreviewDrawMode mode, double zoom) {
-  if (m_wstrPreviewFile[0] == L'\0') {
+  if (!HasPreview()) {
     return;
   }
   if (ClearsPane(mode)) {
@@ -224,26 +232,22 @@ INT_PTR SCAN_DIALOG::OnPaint(HWND hDlg, HDC /*hdc*/, WPARAM /*wParam*/, LPARAM /
   // The dialog does not clip its children, so its background was drawn over whatever part of the pane was uncovered.
   // Everything in the pane is therefore drawn anew, margins first: the image's last, partly covered pixels blend with
   // them. What the XOR pen leaves in the pane when it erases a frame that was overpainted disappears under the image.
-  if (m_bSelecting) {
-    // A drag has its own rectangle on the screen. Drawing the frame instead would move the anchor by the rounding to
-    // millimetres, and the rubber band could not be erased any more.
-    ClearPaneMargins(hDlg);
-    DrawPreviewImage(hDlg, 0, 0, PreviewDrawMode::DrawRepaint, m_dZoom);
-    const platform::WindowDC dialog(hDlg);
-    DrawPaneBorder(dialog.get());
-    if (!m_bFrameHidden) {
-      InvertFrame(dialog.get(), {m_ptAnchor.x, m_ptAnchor.y, m_ptMouse.x, m_ptMouse.y});
-    }
-    return 0;
+  if (!m_bSelecting) {
+    EraseSelectionFrame(hDlg);
   }
-  EraseSelectionFrame(hDlg);
   ClearPaneMargins(hDlg);
   DrawPreviewImage(hDlg, 0, 0, PreviewDrawMode::DrawRepaint, m_dZoom);
-  if (m_rcSelection.hasArea()) {
-    DrawSelectionFrame(hDlg);  // marks the frame as shown when some of it is in view
-  } else {
-    const platform::WindowDC dialog(hDlg);
-    DrawPaneBorder(dialog.get());
+  if (!m_bSelecting && m_rcSelection.hasArea()) {
+    DrawSelectionFrame(hDlg);
+    m_bFrameHidden = false;  // also out of view: a click at its corner, on the pane's edge, must not delete it
+    return 0;
+  }
+  const platform::WindowDC dialog(hDlg);
+  DrawPaneBorder(dialog.get());
+  if (m_bSelecting && !m_bFrameHidden) {
+    // A drag has its own rectangle on the screen. Drawing the frame instead would move the anchor by the rounding to
+    // millimetres, and the rubber band could not be erased any more.
+    InvertFrame(dialog.get(), {m_ptAnchor.x, m_ptAnchor.y, m_ptMouse.x, m_ptMouse.y});
   }
   return 0;
 }

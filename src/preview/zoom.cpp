@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr int kZoomToolIconSize = 20;
 constexpr int kZoomTextCapacity = 256;
 
 constexpr auto kZoomPercentages = [] {
@@ -87,7 +86,7 @@ void SCAN_DIALOG::SetZoomDirection(HWND hDlg, int command) {
     return;
   }
   m_bZoomIn = command == IDM_ZOOM_IN ? 1 : 0;
-  const HICON picture = LoadDialogIcon(m_bZoomIn != 0 ? IDI_ZOOM_IN : IDI_ZOOM_OUT, kZoomToolIconSize);
+  const HICON picture = LoadDialogIcon(m_bZoomIn != 0 ? IDI_ZOOM_IN : IDI_ZOOM_OUT, kToolIconSize);
   SendDlgItemMessageW(hDlg, IDC_TOOL_ZOOM, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(picture));
   UpdateWindow(hDlg);
 }
