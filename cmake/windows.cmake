@@ -66,7 +66,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_custom_command(TARGET WiaScanDialog POST_BUILD
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/cmake/set_load_config.py $<TARGET_FILE:WiaScanDialog> VERBATIM)
 endif()
-file(GLOB_RECURSE WSD_RESOURCE_FILES CONFIGURE_DEPENDS res/*.rc res/images/*.ico res/images/*.cur)
+file(GLOB_RECURSE WSD_RESOURCE_FILES CONFIGURE_DEPENDS res/*.rc res/images/*.ico res/images/*.cur res/*.manifest)
 set_source_files_properties(res/wia_scan_dialog.rc PROPERTIES
   OBJECT_DEPENDS "${WSD_RESOURCE_FILES};${CMAKE_SOURCE_DIR}/src/resources/resource_ids.h"
   INCLUDE_DIRECTORIES "${CMAKE_SOURCE_DIR}/src;${CMAKE_SOURCE_DIR}/res"
@@ -80,6 +80,8 @@ target_link_libraries(wsd_simulator PUBLIC
   advapi32 gdi32 gdiplus ntdll ole32 oleaut32 setupapi shlwapi user32 uuid windowscodecs)
 
 file(GLOB sources CONFIGURE_DEPENDS demo/*.cpp)
-add_executable(scan_demo ${sources})
+set_source_files_properties(demo/program.rc PROPERTIES OBJECT_DEPENDS ${CMAKE_SOURCE_DIR}/demo/program.manifest
+  INCLUDE_DIRECTORIES ${CMAKE_SOURCE_DIR}/demo)
+add_executable(scan_demo ${sources} demo/program.rc)
 target_link_libraries(scan_demo PRIVATE wsd_simulator advapi32 setupapi shell32)
 wsd_split_debug_information(scan_demo)

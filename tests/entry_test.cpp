@@ -1,9 +1,13 @@
 // The library as its clients see it, and DeviceDialog's bracket around the dialog.
 #include <gtest/gtest.h>
+#include <shlwapi.h>
+
+#include <thread>
 
 #include "entry/class_factory.h"
 #include "entry/wia_ui_extension.h"
 #include "platform/module_state.h"
+#include "simulator/simulated_scanner.h"
 #include "tests/support/dialog_harness.h"
 
 namespace {
@@ -110,6 +114,153 @@ TEST_F(EntryDialog, ResultsOfTwoDialogsInARow) {
     EXPECT_EQ(Run(IDC_SCAN), result) << length;
     EXPECT_EQ(Run(IDCANCEL), S_FALSE) << length;
   }
+}
+
+// An application that scans with the library as it is linked into this program.
+struct ScanningHost {
+  HRESULT Run(simulator::SimulatedUser::Task task) {
+    ComPtr<IWiaUIExtension2> extension;
+    EXPECT_EQ(g_classFactory.CreateInstance(nullptr, IID_IWiaUIExtension2, &extension), S_OK);
+    const platform::BasicString folderName(SysAllocString(folder.path.c_str()));
+    const platform::BasicString fileName(SysAllocString(L"Scan"));
+    const auto root = scanner.Root();
+    request = {};
+    request.pIWiaItemRoot = root.Get();
+    request.bstrFolderName = folderName.get();
+    request.bstrFilename = fileName.get();
+    const simulator::SimulatedUser user(std::move(task));
+    return extension->DeviceDialog(&request);
+  }
+  // Of the page that was reported, which is deleted. 0: none was.
+  UINT TakeWidth() {
+    if (request.lNumFiles != 1) return 0;
+    const UINT width = samples::Picture(request.pbstrFilePaths[0]).GetWidth();
+    DeleteFileW(request.pbstrFilePaths[0]);
+    SysFreeString(request.pbstrFilePaths[0]);
+    CoTaskMemFree(request.pbstrFilePaths);
+    request.pWiaItem->Release();
+    request.lNumFiles = 0;
+    return width;
+  }
+  samples::GdiPlus gdiplus;
+  samples::TemporaryFolder folder;
+  simulator::SimulatedScanner scanner;
+  DEVICEDIALOGDATA2 request = {};
+};
+
+void DoMainJob(simulator::SimulatedUser& user) { user.DoMainJob(); }
+
+// Page turned and cut also where the thread has no COM; it has none afterwards.
+TEST(EntryHost, WorksInEveryApartment) {
+  UINT expected = 0;
+  for (const int apartment : {-1, static_cast<int>(COINIT_APARTMENTTHREADED), static_cast<int>(COINIT_MULTITHREADED)}) {
+    UINT width = 0;
+    APTTYPE before = APTTYPE_CURRENT;
+    APTTYPE after = APTTYPE_CURRENT;
+    std::thread([&] {
+      APTTYPEQUALIFIER qualifier = {};
+      if (apartment >= 0) CoInitializeEx(nullptr, static_cast<DWORD>(apartment));
+      CoGetApartmentType(&before, &qualifier);
+      ScanningHost host;
+      EXPECT_EQ(host.Run(DoMainJob), S_OK) << apartment;
+      width = host.TakeWidth();
+      CoGetApartmentType(&after, &qualifier);
+      if (apartment >= 0) CoUninitialize();
+    }).join();
+    EXPECT_EQ(before, after) << apartment;
+    expected = expected == 0 ? width : expected;
+    EXPECT_EQ(width, expected) << apartment;
+  }
+  EXPECT_GT(expected, 0U);
+}
+
+// The look and the density that a thread has, as far as this platform knows the latter.
+struct ThreadContexts {
+  ThreadContexts() {
+    GetCurrentActCtx(&look);
+    if (look != nullptr) ReleaseActCtx(look);
+    using Get = HANDLE(WINAPI*)();
+    const auto get = Function<Get>("GetThreadDpiAwarenessContext");
+    density = get != nullptr ? get() : nullptr;
+  }
+  template <class Type>
+  static Type Function(const char* name) {
+    return reinterpret_cast<Type>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"user32"), name)));
+  }
+  static bool SameDensity(HANDLE one, HANDLE other) {
+    const auto equal = Function<BOOL(WINAPI*)(HANDLE, HANDLE)>("AreDpiAwarenessContextsEqual");
+    return equal == nullptr || equal(one, other);
+  }
+  friend bool operator==(const ThreadContexts& one, const ThreadContexts& other) {
+    return one.look == other.look && SameDensity(one.density, other.density);
+  }
+  HANDLE look = nullptr;
+  HANDLE density = nullptr;
+};
+
+DWORD MajorVersionOfClass(HWND window) {
+  const auto module = reinterpret_cast<HMODULE>(GetClassLongPtrW(window, GCLP_HMODULE));
+  const auto get =
+      reinterpret_cast<DLLGETVERSIONPROC>(reinterpret_cast<void*>(GetProcAddress(module, "DllGetVersion")));
+  DLLVERSIONINFO version = {};
+  version.cbSize = sizeof(version);
+  return get != nullptr && get(&version) == S_OK ? version.dwMajorVersion : 0;
+}
+
+TEST(EntryHost, TheThreadsContextsAreAsBefore) {
+  const HANDLE perMonitor = reinterpret_cast<HANDLE>(INT_PTR{-3});
+  const HANDLE system = reinterpret_cast<HANDLE>(INT_PTR{-2});
+  const auto set = ThreadContexts::Function<HANDLE(WINAPI*)(HANDLE)>("SetThreadDpiAwarenessContext");
+  const HANDLE initial = set != nullptr ? set(perMonitor) : nullptr;
+  const ThreadContexts before;
+  ScanningHost host;
+  EXPECT_EQ(host.Run([&](simulator::SimulatedUser& user) {
+    const ThreadContexts inside;
+    EXPECT_NE(inside.look, before.look);
+    EXPECT_TRUE(ThreadContexts::SameDensity(inside.density, system));
+    EXPECT_GE(MajorVersionOfClass(GetDlgItem(user.Dialog(), IDC_STATUS_BAR)), 6U);
+    user.Press(IDCANCEL);
+  }),
+            S_FALSE);
+  EXPECT_TRUE(ThreadContexts() == before);
+  g_hInstance = GetModuleHandleW(nullptr);  // no template, and no manifest of the library's
+  EXPECT_EQ(host.Run(DoMainJob), S_OK);
+  g_hInstance = harness::Library();
+  EXPECT_TRUE(ThreadContexts() == before) << "no dialog could be made";
+  if (set != nullptr) set(initial);
+}
+
+// Lets a handler run out of memory while a dialog that has scanned closes.
+struct FailureWhileClosing {
+  static inline LPARAM pressed = 0;
+  static inline bool failed = false;
+  static LRESULT CALLBACK Look(int code, WPARAM wParam, LPARAM lParam) {
+    const auto& message = *reinterpret_cast<const CWPSTRUCT*>(lParam);
+    if (message.message == WM_LBUTTONDOWN) pressed = message.lParam;
+    if (message.message == WM_DESTROY && GetDlgItem(message.hwnd, IDC_PREVIEW_PANE) != nullptr) {
+      const harness::AllocationFault fault(1, true);
+      BASE_DIALOG::StaticDialogProc(message.hwnd, WM_LBUTTONDOWN, 0, pressed);
+      failed = fault.Count() > 0;
+    }
+    return CallNextHookEx(nullptr, code, wParam, lParam);
+  }
+};
+
+TEST(EntryHost, AReportedScanIsNotTakenBack) {
+  const HHOOK hook = SetWindowsHookExW(WH_CALLWNDPROC, FailureWhileClosing::Look, nullptr, GetCurrentThreadId());
+  ScanningHost host;
+  const HRESULT result = host.Run([](simulator::SimulatedUser& user) {
+    user.Choose(IDC_FEED_METHOD, 2);
+    user.Press(IDC_PREVIEW);
+    user.Settle();
+    user.Press(IDC_TOOL_SELECT);
+    user.Drag(5, 5, 40, 40);
+    user.Press(IDC_SCAN);
+  });
+  UnhookWindowsHookEx(hook);
+  EXPECT_TRUE(FailureWhileClosing::failed);
+  EXPECT_EQ(SUCCEEDED(result), host.request.lNumFiles == 1);
+  EXPECT_GT(host.TakeWidth(), 0U);
 }
 
 TEST_F(EntryDialog, ASecondDialogAtOnceIsRefused) {

@@ -9,34 +9,11 @@
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
-// Last: it declares the unbounded string functions deprecated.
 #include <strsafe.h>
 
 namespace {
 
-// Runs GDI+ for a scope: everything that the dialog decodes, draws and saves.
-class GdiplusSession {
- public:
-  explicit GdiplusSession(ULONG_PTR& token) noexcept : m_token(token) {
-    const Gdiplus::GdiplusStartupInput input;
-    m_token = 0;
-    m_started = Gdiplus::GdiplusStartup(&m_token, &input, nullptr) == Gdiplus::Ok;
-  }
-  ~GdiplusSession() {
-    if (m_started) {
-      Gdiplus::GdiplusShutdown(m_token);
-    }
-  }
-  GdiplusSession(const GdiplusSession&) = delete;
-  GdiplusSession& operator=(const GdiplusSession&) = delete;
-
- private:
-  ULONG_PTR& m_token;
-  bool m_started;
-};
-
-// Frees the dialog's language resources, whoever created them meanwhile. Outlives the dialog, whose controls use the
-// fonts.
+// Deletes what DoModal created. Outlives the dialog, whose controls use the fonts.
 class LanguageResources {
  public:
   LanguageResources() noexcept { g_pLangResource = nullptr; }
@@ -104,11 +81,14 @@ HRESULT STDMETHODCALLTYPE CWiaUIExtension::DeviceDialog(PDEVICEDIALOGDATA2 pDevi
 
 HRESULT CWiaUIExtension::RunScanDialog(DEVICEDIALOGDATA2* pDeviceDialogData) {
   const HRESULT result = CheckFileName(pDeviceDialogData->bstrFilename);
+  const platform::ComSession com;  // the page's codecs are COM objects
   const LanguageResources languageResources;
-  const GdiplusSession gdiplus(m_ulGdiplusToken);
+  const platform::GdiplusSession gdiplus(m_ulGdiplusToken);
   SCAN_DIALOG dialog;
   const INT_PTR endCode = dialog.DoModal(pDeviceDialogData);
-  if (FAILED(dialog.HandlerFailure())) {
+  // A scan that the outputs name already is not taken back by what fails while the dialog closes: the caller would own
+  // outputs of a call that failed, and not look for them.
+  if (FAILED(dialog.HandlerFailure()) && !dialog.HasReported()) {
     return dialog.HandlerFailure();
   }
   return endCode == IDCANCEL ? S_FALSE : result;

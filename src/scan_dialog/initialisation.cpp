@@ -3,6 +3,7 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
 #include <iterator>
 
 #include "core/settings_catalogue.h"
@@ -16,11 +17,11 @@ namespace {
 constexpr int kListTextCapacity = 260;
 constexpr int kZoomTextCapacity = 256;
 
-constexpr int kToolIconSize = 20;      // pixels
-constexpr int kStatusIconSize = 16;    // pixels
-constexpr int kCursorIconSize = 16;    // pixels
-constexpr int kCursorSize = 32;        // pixels
-constexpr int kStatusPartWidth = 150;  // dialog client pixels
+// Pixels at 96 dpi.
+constexpr int kStatusIconSize = 16;
+constexpr int kCursorIconSize = 16;
+constexpr int kCursorSize = 32;
+constexpr int kStatusPartWidth = 150;
 
 // True when the user measures in inches. LOCALE_IMEASURE is "0" for metric and "1" for the United States system.
 bool UsesInches() {
@@ -47,9 +48,8 @@ void AppendEntry(HWND list, const settings::ListEntry& entry) {
   SendMessageW(list, CB_INSERTSTRING, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(shown));
 }
 
-HCURSOR LoadDialogCursor(int id) {
-  return static_cast<HCURSOR>(
-      LoadImageW(g_hInstance, MAKEINTRESOURCEW(id), IMAGE_CURSOR, kCursorSize, kCursorSize, LR_DEFAULTCOLOR));
+HCURSOR LoadDialogCursor(int id, int size) {
+  return static_cast<HCURSOR>(LoadImageW(g_hInstance, MAKEINTRESOURCEW(id), IMAGE_CURSOR, size, size, LR_DEFAULTCOLOR));
 }
 
 // A mirrored window counts client coordinates from its right edge and mirrors images. The pane and its scroll bar show
@@ -62,6 +62,7 @@ void DropMirroring(HWND window) {
 
 INT_PTR SCAN_DIALOG::OnInitDialog(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*/) {
   m_hDlg = hDlg;
+  m_nDensity = GetDeviceCaps(platform::WindowDC(hDlg).get(), LOGPIXELSX);
   m_bInch = UsesInches() ? 1 : 0;
   ReadFeederCapability();
   ReadResolutionCapability();
@@ -72,6 +73,9 @@ INT_PTR SCAN_DIALOG::OnInitDialog(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*
   ReadDeviceIdentity();
   SetDefaults();
   CreateStatusBar();
+  if (m_bRightToLeft) {
+    DropPaneMirroring();
+  }
   TakePaneRectangle();
   m_nScrollX = 0;
   m_nScrollY = 0;
@@ -96,24 +100,25 @@ void SCAN_DIALOG::SetLabels() {
   }
 }
 
-void SCAN_DIALOG::FillLists() {
-  HWND SCAN_DIALOG::*const windows[] = {
-      &SCAN_DIALOG::m_hwndOriginalSize, &SCAN_DIALOG::m_hwndPlacement,  &SCAN_DIALOG::m_hwndFeedMethod,
-      &SCAN_DIALOG::m_hwndQuality,      &SCAN_DIALOG::m_hwndScanMethod, &SCAN_DIALOG::m_hwndSendSize,
-      &SCAN_DIALOG::m_hwndScanColor,    &SCAN_DIALOG::m_hwndResolution,
-  };
-  static_assert(std::size(windows) == settings::ALL_LISTS.size());
-
-  for (std::size_t i = 0; i < std::size(windows); ++i) {
-    const settings::SettingList& list = *settings::ALL_LISTS[i];
-    const HWND window = GetDlgItem(m_hDlg, list.control);
-    this->*windows[i] = window;
-    for (const settings::ListEntry& entry : list.entries) {
-      if (&list != &settings::kResolution || settings::IsResolutionOffered(entry, m_bRes400, m_bRes600)) {
-        AppendEntry(window, entry);
-      }
+HWND SCAN_DIALOG::FillList(const settings::SettingList& list) {
+  const HWND window = GetDlgItem(m_hDlg, list.control);
+  for (const settings::ListEntry& entry : list.entries) {
+    if (&list != &settings::kResolution || settings::IsResolutionOffered(entry, m_bRes400, m_bRes600)) {
+      AppendEntry(window, entry);
     }
   }
+  return window;
+}
+
+void SCAN_DIALOG::FillLists() {
+  m_hwndOriginalSize = FillList(settings::kOriginalSize);
+  m_hwndPlacement = FillList(settings::kPlacement);
+  m_hwndFeedMethod = FillList(settings::kFeedMethod);
+  m_hwndQuality = FillList(settings::kOriginalQuality);
+  m_hwndScanMethod = FillList(settings::kScanMethod);
+  m_hwndSendSize = FillList(settings::kSendSize);
+  m_hwndScanColor = FillList(settings::kScanColor);
+  m_hwndResolution = FillList(settings::kResolution);
 }
 
 void SCAN_DIALOG::TakeOtherControls() {
@@ -138,7 +143,8 @@ void SCAN_DIALOG::CreateStatusBar() {
   m_hwndStatusBar =
       CreateWindowExW(0, STATUSCLASSNAMEW, nullptr, WS_CHILD | WS_VISIBLE | CCS_BOTTOM, 0, 0, 0, 0, m_hDlg,
                       reinterpret_cast<HMENU>(static_cast<INT_PTR>(IDC_STATUS_BAR)), g_hInstance, nullptr);
-  const int rightEdges[] = {client.right - 2 * kStatusPartWidth, client.right - kStatusPartWidth, client.right};
+  const int width = Scaled(kStatusPartWidth);
+  const int rightEdges[] = {client.right - 2 * width, client.right - width, client.right};
   SendMessageW(m_hwndStatusBar, SB_SETPARTS, std::size(rightEdges), reinterpret_cast<LPARAM>(rightEdges));
   const HICON position = LoadDialogIcon(IDI_AREA_POSITION, kStatusIconSize);
   const HICON size = LoadDialogIcon(IDI_AREA_SIZE, kStatusIconSize);
@@ -146,17 +152,19 @@ void SCAN_DIALOG::CreateStatusBar() {
   SendMessageW(m_hwndStatusBar, SB_SETICON, 2, reinterpret_cast<LPARAM>(size));
 }
 
+void SCAN_DIALOG::DropPaneMirroring() {
+  for (const HWND window : {GetDlgItem(m_hDlg, IDC_PREVIEW_PANE), GetDlgItem(m_hDlg, IDC_HORIZONTAL_SCROLL),
+                            m_hwndToolSelect, m_hwndToolZoom, m_hwndToolRotate, m_hwndToolPan}) {
+    DropMirroring(window);
+  }
+}
+
 void SCAN_DIALOG::TakePaneRectangle() {
   const HWND pane = GetDlgItem(m_hDlg, IDC_PREVIEW_PANE);
   m_wpPane.length = sizeof(m_wpPane);
   GetWindowPlacement(pane, &m_wpPane);
   if (m_bRightToLeft) {
-    DropMirroring(pane);
-    DropMirroring(GetDlgItem(m_hDlg, IDC_HORIZONTAL_SCROLL));
-    for (const HWND tool : {m_hwndToolSelect, m_hwndToolZoom, m_hwndToolRotate, m_hwndToolPan}) {
-      DropMirroring(tool);
-    }
-    // A placement inside a mirrored window is mirrored on some systems and not on others; screen coordinates never are.
+    // A placement inside a mirrored window is mirrored on Windows and not on Wine 8; screen coordinates never are.
     RECT paneOnScreen = {};
     RECT clientOnScreen = {};
     GetWindowRect(pane, &paneOnScreen);
@@ -170,8 +178,8 @@ void SCAN_DIALOG::TakePaneRectangle() {
 }
 
 void SCAN_DIALOG::LoadPaneCursors() {
-  m_cursorCross.reset(LoadDialogCursor(IDC_CURSOR_CROSS));
-  m_cursorSizeNWSE.reset(LoadDialogCursor(IDC_CURSOR_SIZE_NWSE));
+  m_cursorCross.reset(LoadDialogCursor(IDC_CURSOR_CROSS, Scaled(kCursorSize)));
+  m_cursorSizeNWSE.reset(LoadDialogCursor(IDC_CURSOR_SIZE_NWSE, Scaled(kCursorSize)));
   m_hCurCross = m_cursorCross.get();
   m_hCurSizeNWSE = m_cursorSizeNWSE.get();
   // The platform takes an icon wherever it takes a cursor.
@@ -203,7 +211,10 @@ void SCAN_DIALOG::FillZoomList() {
   SendMessageW(list, CB_SETCURSEL, settings::kZoomDefaultIndex, 0);
 }
 
-HICON SCAN_DIALOG::LoadDialogIcon(int id, int size) {
+int SCAN_DIALOG::Scaled(int pixels) const { return std::max(MulDiv(pixels, m_nDensity, kStandardDensity), pixels); }
+
+HICON SCAN_DIALOG::LoadDialogIcon(int id, int pixels) {
+  const int size = Scaled(pixels);
   for (const LoadedIcon& loaded : m_icons) {
     if (loaded.id == id && loaded.size == size) {
       return loaded.icon.get();

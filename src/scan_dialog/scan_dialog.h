@@ -9,13 +9,16 @@
 #include <vector>
 
 #include "core/geometry.h"
+#include "core/page_edit.h"
 #include "dialog/base_dialog.h"
 #include "platform/scoped.h"
 #include "platform/wia2.h"
-#include "scanning/image_file.h"
 
 namespace scanning {
 struct SettingsSnapshot;
+}
+namespace settings {
+struct SettingList;
 }
 
 // How DrawPreviewImage treats the pane and the scroll offsets.
@@ -42,6 +45,9 @@ class SCAN_DIALOG : public BASE_DIALOG {
   // Deletes the preview file: nothing of ours stays in the temporary folder.
   ~SCAN_DIALOG();
 
+  // Whether the caller's output fields name a scan.
+  bool HasReported() const noexcept { return m_bReported; }
+
   INT_PTR OnInitDialog(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
   INT_PTR OnPaint(HWND hDlg, HDC hdc, WPARAM wParam, LPARAM lParam) override;
   INT_PTR OnCommand(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
@@ -49,8 +55,9 @@ class SCAN_DIALOG : public BASE_DIALOG {
   INT_PTR OnDrawItem(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
   // Takes over a preview file (at most 259 characters), rewrites it unturned and shows it at 100 %.
   void UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) override;
-  // The final scan's follow-up: turns the file, then cuts it to the frame. The result of the last operation run.
-  BOOL processImageFile(const wchar_t* path, const ImageEditParams& params) override;
+  // The final scan's follow-up: turns the file and cuts it to the frame, TRUE when all of it was done. path, a buffer
+  // of MAX_PATH characters, says afterwards where the image is.
+  BOOL processImageFile(wchar_t* path, const ImageEditParams& params) override;
   // Deletes the preview file, resets the preview state and disables the preview controls.
   void ClearPreview() override;
   void OnHScroll(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
@@ -80,11 +87,15 @@ class SCAN_DIALOG : public BASE_DIALOG {
   void ReadResolutionCapability();
   void SetReadingOrder();
   void SetLabels();
+  // Fills a list with the entries that the device offers; its window.
+  HWND FillList(const settings::SettingList& list);
   void FillLists();
   void TakeOtherControls();
   // Puts the device's registry name into the title bar, when the device is found there.
   void ReadDeviceIdentity();
   void CreateStatusBar();
+  // Right to left: lets pane, scroll bar and tool buttons show what must not be mirrored.
+  void DropPaneMirroring();
   void TakePaneRectangle();
   void LoadPaneCursors();
   void SetToolIcons();
@@ -92,8 +103,12 @@ class SCAN_DIALOG : public BASE_DIALOG {
 
   // The first child item of the root with this category; null with the reason in *result (S_FALSE: there is none).
   platform::ComPtr<IWiaItem2> FirstChildItem(const GUID& category, HRESULT* result) const;
-  // An icon at size x size pixels, loaded once. It lives as long as the dialog; null when it cannot be loaded.
-  HICON LoadDialogIcon(int id, int size);
+  // Pixels at 96 dpi as pixels of the dialog, on a screen of that density or more.
+  int Scaled(int pixels) const;
+  // A square icon with sides of so many pixels at 96 dpi, loaded once. It lives as long as the dialog; null when it
+  // cannot be loaded.
+  HICON LoadDialogIcon(int id, int pixels);
+  void InvalidateFeedArea(HWND hDlg);
   void InvalidateFeedImage(HWND hDlg);
 
   // The settings live in these controls and nowhere else.
@@ -114,6 +129,10 @@ class SCAN_DIALOG : public BASE_DIALOG {
   HWND m_hwndToolPan = nullptr;
   HWND m_hwndStatusBar = nullptr;
 
+  static constexpr int kStandardDensity = 96;  // dots per inch
+  static constexpr int kToolIconSize = 20;     // pixels at 96 dpi
+  int m_nDensity = kStandardDensity;           // the screen's, dots per inch
+
   bool m_bHasFeeder = false;  // the device reports a document feeder
   bool m_bRes400 = false;     // the flatbed item accepts 400 dpi
   bool m_bRes600 = false;     // the flatbed item accepts 600 dpi
@@ -131,9 +150,12 @@ class SCAN_DIALOG : public BASE_DIALOG {
   // Fills the caller's output fields. `result`, or E_FAIL with the fields untouched when there is no memory for them.
   HRESULT ReportScan(IWiaItem2* item, const wchar_t* path, HRESULT result);
   void GetImageEditParams(ImageEditParams* params) const;
+  class BusyPointer;
 
-  // A transfer runs: commands that would start another one or end the dialog are ignored.
+  // A transfer runs: what would start another one, end the dialog or change what the running one is finished with is
+  // ignored.
   bool m_bTransferring = false;
+  bool m_bReported = false;
 
   // --- preview: view, zoom, mouse tools, readout, rotation, menus ----------------------------------------------------
 
@@ -157,6 +179,8 @@ class SCAN_DIALOG : public BASE_DIALOG {
   // Draws a rectangle in client pixels with the dotted XOR pen: a second time removes it. Nothing without an area.
   static void InvertFrame(HDC hdc, const preview::Rect& frame);
   void DrawPaneBorder(HDC hdc) const;
+  void EnablePreviewControls(bool enabled);
+  bool HasPreview() const { return m_wstrPreviewFile[0] != L'\0'; }
   void ResetPreviewState();
 
   // The pane's view of the image at m_dZoom, or at a scale that is about to become it.
@@ -164,7 +188,7 @@ class SCAN_DIALOG : public BASE_DIALOG {
   preview::AxisView VerticalView() const { return VerticalView(m_dZoom); }
   preview::AxisView HorizontalView(double zoom) const;
   preview::AxisView VerticalView(double zoom) const;
-  // Where in the visible image a frame may start or end at most, client pixels.
+  // The last pixel at which a frame may start or end, client pixels.
   preview::Point VisibleImageLimits() const;
 
   void StartFrame(HWND hDlg);
