@@ -39,6 +39,17 @@ void Open(SimulatedScanner& scanner, const harness::TestDialog::Script& script) 
   EXPECT_EQ(live[0].references, 1U);
 }
 
+TEST(Initialisation, IntegersOfEveryTypeThatADriverMayAnswer) {
+  for (const VARTYPE type : {VT_I2, VT_UI2, VT_I4, VT_UI4, VT_INT, VT_UINT, VT_R4}) {
+    SimulatedScanner scanner({.integerType = type});
+    Open(scanner, [type](harness::TestDialog& dialog) {
+      EXPECT_EQ(dialog.Enabled(IDC_FEED_METHOD), type != VT_R4) << type;
+      const bool is32Bits = type != VT_I2 && type != VT_UI2 && type != VT_R4;  // elements of a vector are no others
+      EXPECT_EQ(dialog.Send(IDC_RESOLUTION, CB_GETCOUNT), is32Bits ? 4 : 2) << type;
+    });
+  }
+}
+
 TEST(Initialisation, FullDevice) {
   SimulatedScanner scanner;
   Open(scanner, [](harness::TestDialog& dialog) {

@@ -14,15 +14,15 @@ class BatchBuilder {
  public:
   void Add(PropertyId id, std::int32_t value) { m_batch.properties[m_batch.count++] = {id, value}; }
 
-  void AddBrightness(const SettingsSnapshot& settings) {
-    Add(PropertyId::PROP_AUTO_BRIGHTNESS, settings.autoBrightness ? 1 : 0);
-    if (!settings.autoBrightness) {
-      Add(PropertyId::Brightness, settings.brightness);
+  void AddBrightness(const SettingsSnapshot& chosen) {
+    Add(PropertyId::PROP_AUTO_BRIGHTNESS, chosen.autoBrightness ? 1 : 0);
+    if (!chosen.autoBrightness) {
+      Add(PropertyId::Brightness, chosen.brightness);
     }
   }
 
-  void AddScanMethod(const SettingsSnapshot& settings) {
-    const std::int32_t pages = settings::ValueAt(settings::kScanMethod, settings.scanMethod, kNoScanMethod);
+  void AddScanMethod(const SettingsSnapshot& chosen) {
+    const std::int32_t pages = settings::ValueAt(settings::kScanMethod, chosen.scanMethod, kNoScanMethod);
     if (pages == kNoScanMethod) {
       return;
     }
@@ -39,24 +39,24 @@ class BatchBuilder {
 
 }  // namespace
 
-ScanPropertyBatch BuildScanProperties(const SettingsSnapshot& settings, bool preview) {
+ScanPropertyBatch BuildScanProperties(const SettingsSnapshot& chosen, bool preview) {
   using settings::ValueAt;
-  const int resolution = preview ? kPreviewResolutionDpi : settings.resolutionDpi;
+  const int resolution = preview ? kPreviewResolutionDpi : chosen.resolutionDpi;
 
   BatchBuilder batch;
   batch.Add(PropertyId::Format, 0);
   batch.Add(PropertyId::Preview, preview ? 1 : 0);
-  batch.Add(PropertyId::PageSize, ValueAt(settings::kOriginalSize, settings.originalSize, 0));
-  batch.Add(PropertyId::Rotation, ValueAt(settings::kPlacement, settings.placement, 0));
-  batch.Add(PropertyId::DataType, ValueAt(settings::kScanColor, settings.scanColor, kDataColor));
-  batch.Add(PropertyId::PROP_AUTO_FEED, ValueAt(settings::kFeedMethod, settings.feedMethod, 0));
-  batch.Add(PropertyId::PROP_ORIGINAL_QUALITY, ValueAt(settings::kOriginalQuality, settings.quality, 0));
-  batch.Add(PropertyId::PROP_SEND_SIZE, ValueAt(settings::kSendSize, settings.sendSize, 0));
-  batch.AddBrightness(settings);
-  batch.AddScanMethod(settings);
+  batch.Add(PropertyId::PageSize, ValueAt(settings::kOriginalSize, chosen.originalSize, 0));
+  batch.Add(PropertyId::Rotation, ValueAt(settings::kPlacement, chosen.placement, 0));
+  batch.Add(PropertyId::DataType, ValueAt(settings::kScanColor, chosen.scanColor, kDataColor));
+  batch.Add(PropertyId::PROP_AUTO_FEED, ValueAt(settings::kFeedMethod, chosen.feedMethod, 0));
+  batch.Add(PropertyId::PROP_ORIGINAL_QUALITY, ValueAt(settings::kOriginalQuality, chosen.quality, 0));
+  batch.Add(PropertyId::PROP_SEND_SIZE, ValueAt(settings::kSendSize, chosen.sendSize, 0));
+  batch.AddBrightness(chosen);
+  batch.AddScanMethod(chosen);
   batch.Add(PropertyId::HorizontalResolution, resolution);
   batch.Add(PropertyId::VerticalResolution, resolution);
-  batch.Add(PropertyId::PROP_REVERSE_IMAGE, settings.reverseImage ? 1 : 0);
+  batch.Add(PropertyId::PROP_REVERSE_IMAGE, chosen.reverseImage ? 1 : 0);
   return batch.Batch();
 }
 

@@ -22,8 +22,8 @@ struct SettingsSnapshot {
   bool reverseImage = false;
 };
 
-// Property identifiers as in the Windows SDK, which this file does without so that it also compiles where that SDK
-// is not. The last five lie in the range that WIA reserves for a driver's own item properties.
+// Property identifiers, copied from the SDK so that this compiles without it. The last five, named as drivers know
+// them, lie in the range that WIA reserves for a driver's own item properties.
 enum class PropertyId : std::uint32_t {
   DocumentHandlingSelect = 3088,  // WIA_IPS_DOCUMENT_HANDLING_SELECT
   Pages = 3096,                   // WIA_IPS_PAGES

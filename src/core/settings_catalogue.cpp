@@ -67,10 +67,6 @@ const SettingList kSendSize = {IDC_SEND_SIZE, kSendSizeEntries, 0};
 const SettingList kScanColor = {IDC_SCAN_COLOR, kScanColorEntries, 0};
 const SettingList kResolution = {IDC_RESOLUTION, kResolutionEntries, 1};
 
-const std::array<const SettingList*, 8> ALL_LISTS = {
-    &kOriginalSize, &kPlacement, &kFeedMethod, &kOriginalQuality, &kScanMethod, &kSendSize, &kScanColor, &kResolution,
-};
-
 std::int32_t ValueAt(const SettingList& list, int index, std::int32_t fallback) {
   if (index < 0 || static_cast<std::size_t>(index) >= list.entries.size()) {
     return fallback;

@@ -70,12 +70,9 @@ extern const SettingList kSendSize;         // value: page-size code
 extern const SettingList kScanColor;        // value: WIA data type
 extern const SettingList kResolution;       // value: dots per inch; 400 and 600 only where the device offers them
 
-// Position of the flatbed in kFeedMethod: chosen when the device has no feeder.
+// Positions in kFeedMethod. The flatbed's is chosen when the device has no feeder.
 inline constexpr int kFeedMethodAutoIndex = 0;
 inline constexpr int kFeedMethodPlatenIndex = 2;
-
-// The lists in the order in which initialisation fills them.
-extern const std::array<const SettingList*, 8> ALL_LISTS;
 
 // The value of the entry at a list position; fallback for a position that the list does not have, such as CB_ERR (-1).
 std::int32_t ValueAt(const SettingList& list, int index, std::int32_t fallback);
