@@ -141,10 +141,25 @@ bool Tour::TakePreview() {
 bool Tour::ZoomIn() {
   const int before = ZoomPercent();
   Click(IDC_TOOL_ZOOM);
-  // Two places: a second click at the same one would be a double click.
-  ClickAt(PanePoint(0.5, 0.4));
-  ClickAt(PanePoint(0.4, 0.5));
-  return Wait([&] { return ZoomPercent() >= before * 2; });
+  // Until the page no longer fits: on a denser screen the pane shows more of it. Two places in turn: a second click at
+  // the same one would be a double click.
+  for (int clicks = 0; ZoomPercent() < before * 2 || Fits(IDC_HORIZONTAL_SCROLL) || Fits(IDC_VERTICAL_SCROLL);
+       ++clicks) {
+    const int percent = ZoomPercent();
+    ClickAt(clicks % 2 == 0 ? PanePoint(0.5, 0.4) : PanePoint(0.4, 0.5));
+    if (!Wait([&] { return ZoomPercent() > percent; })) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool Tour::Fits(int scrollBar) const {
+  SCROLLINFO info = {};
+  info.cbSize = sizeof(info);
+  info.fMask = SIF_RANGE | SIF_PAGE;
+  GetScrollInfo(Control(scrollBar), SB_CTL, &info);
+  return static_cast<int>(info.nPage) >= info.nMax;
 }
 
 bool Tour::PanPage() {
@@ -156,9 +171,12 @@ bool Tour::PanPage() {
 }
 
 bool Tour::ZoomByKeyboard() {
+  constexpr int kWhole = 2;  // the position of 100%
+  const auto selected = static_cast<int>(SendMessageW(Control(IDC_ZOOM_LIST), CB_GETCURSEL, 0, 0));
   Click(IDC_ZOOM_LIST);  // opens the list
-  PressKey(VK_UP);
-  PressKey(VK_UP);
+  for (int i = selected; i > kWhole; --i) {
+    PressKey(VK_UP);
+  }
   PressKey(VK_RETURN);
   return Wait([this] { return ZoomPercent() == 100; });
 }

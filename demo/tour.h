@@ -53,6 +53,8 @@ class Tour {
   void DragInPane(double fromX, double fromY, double toX, double toY) const;
   POINT PanePoint(double x, double y) const;
   int ZoomPercent() const;
+  // Whether the pane shows all of the page on a scroll bar's axis.
+  bool Fits(int scrollBar) const;
 
   std::wstring m_folder;
   Report m_report;

@@ -10,12 +10,12 @@ mkdir -p "$TMPDIR"
 
 runtime_screen_pid=
 
-# Starts a screen of our own and makes DISPLAY point at it.
+# Starts a screen of our own, WIDTHxHEIGHT or of the usual size, and makes DISPLAY point at it.
 runtime_start_screen() {
   local number_file=$BUILD/screen.$BASHPID.number
   rm -f "$number_file"
   exec {runtime_number_fd}>"$number_file"
-  Xvfb -displayfd "$runtime_number_fd" -screen 0 1280x1024x24 -nolisten tcp >"$LOGS/screen.log" 2>&1 &
+  Xvfb -displayfd "$runtime_number_fd" -screen 0 "${1:-1280x1024}x24" -nolisten tcp >"$LOGS/screen.log" 2>&1 &
   runtime_screen_pid=$!
   exec {runtime_number_fd}>&-
   local i
