@@ -74,7 +74,7 @@ set_source_files_properties(res/wia_scan_dialog.rc PROPERTIES
 wsd_split_debug_information(WiaScanDialog)
 
 file(GLOB sources CONFIGURE_DEPENDS simulator/*.cpp)
-add_library(wsd_simulator STATIC ${sources} src/platform/wia2.cpp src/platform/arm64_va_list.cpp)
+add_library(wsd_simulator STATIC ${sources} src/platform/wia2.cpp)
 target_include_directories(wsd_simulator PUBLIC src ${CMAKE_SOURCE_DIR})
 target_link_libraries(wsd_simulator PUBLIC
   advapi32 gdi32 gdiplus ntdll ole32 oleaut32 setupapi shlwapi user32 uuid windowscodecs)

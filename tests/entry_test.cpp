@@ -198,8 +198,11 @@ struct ThreadContexts {
   HANDLE density = nullptr;
 };
 
+// Of the library that holds the window's procedure.
 DWORD MajorVersionOfClass(HWND window) {
-  const auto module = reinterpret_cast<HMODULE>(GetClassLongPtrW(window, GCLP_HMODULE));
+  HMODULE module = nullptr;
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                     reinterpret_cast<LPCWSTR>(GetClassLongPtrW(window, GCLP_WNDPROC)), &module);
   const auto get =
       reinterpret_cast<DLLGETVERSIONPROC>(reinterpret_cast<void*>(GetProcAddress(module, "DllGetVersion")));
   DLLVERSIONINFO version = {};
@@ -217,7 +220,8 @@ TEST(EntryHost, TheThreadsContextsAreAsBefore) {
   EXPECT_EQ(host.Run([&](simulator::SimulatedUser& user) {
     const ThreadContexts inside;
     EXPECT_NE(inside.look, before.look);
-    EXPECT_TRUE(ThreadContexts::SameDensity(inside.density, system));
+    const auto ofWindow = ThreadContexts::Function<HANDLE(WINAPI*)(HWND)>("GetWindowDpiAwarenessContext");
+    EXPECT_TRUE(ofWindow == nullptr || ThreadContexts::SameDensity(ofWindow(user.Dialog()), system));
     EXPECT_GE(MajorVersionOfClass(GetDlgItem(user.Dialog(), IDC_STATUS_BAR)), 6U);
     user.Press(IDCANCEL);
   }),

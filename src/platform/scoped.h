@@ -88,17 +88,15 @@ class SelectedObject {
   HGDIOBJ m_previous;
 };
 
-// A lock for std::lock_guard and std::shared_lock. Not recursive. It may be destroyed when nobody holds it.
-class ReaderWriterLock {
+// A lock for std::lock_guard. Not recursive. It may be destroyed when nobody holds it.
+class Lock {
  public:
-  ReaderWriterLock() = default;
-  ReaderWriterLock(const ReaderWriterLock&) = delete;
-  ReaderWriterLock& operator=(const ReaderWriterLock&) = delete;
+  Lock() = default;
+  Lock(const Lock&) = delete;
+  Lock& operator=(const Lock&) = delete;
 
   void lock() noexcept { AcquireSRWLockExclusive(&m_lock); }
   void unlock() noexcept { ReleaseSRWLockExclusive(&m_lock); }
-  void lock_shared() noexcept { AcquireSRWLockShared(&m_lock); }
-  void unlock_shared() noexcept { ReleaseSRWLockShared(&m_lock); }
 
  private:
   SRWLOCK m_lock = SRWLOCK_INIT;

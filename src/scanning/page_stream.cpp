@@ -56,6 +56,9 @@ HRESULT STDMETHODCALLTYPE CPageStream::SetSize(ULARGE_INTEGER size) { return Pas
 
 HRESULT STDMETHODCALLTYPE CPageStream::CopyTo(IStream* target, ULARGE_INTEGER size, ULARGE_INTEGER* read,
                                               ULARGE_INTEGER* written) {
+  if (target == this) {
+    return E_INVALIDARG;  // its writing would wait for its own reading
+  }
   return PassOn(&IStream::CopyTo, target, size, read, written);
 }
 

@@ -46,6 +46,6 @@ class CPageStream final : public IStream {
 
   const ModuleLock m_moduleLock;
   volatile LONG m_cRef = 1;
-  platform::ReaderWriterLock m_fileLock;  // one call at a time
-  platform::ComPtr<IStream> m_file;       // null: closed
+  platform::Lock m_fileLock;         // one call at a time
+  platform::ComPtr<IStream> m_file;  // null: closed
 };

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 #include <mutex>
-#include <shared_mutex>
 
 #include "platform/debug_trace.h"
 #include "platform/scoped.h"
@@ -26,6 +25,19 @@ constexpr DeviceError kDeviceErrors[] = {
     {static_cast<HRESULT>(0x800403EC), IDS_ERROR_SCAN_FAILURE},
     {static_cast<HRESULT>(0x800403ED), IDS_ERROR_COVER_OPEN},
     {static_cast<HRESULT>(0x800403EE), IDS_ERROR_OFFLINE},
+};
+
+// Counts a call for the length of a scope, so that Close can wait for it. No lock: a call can come back on its own
+// thread, from the message loop of its message box.
+class CallInside {
+ public:
+  explicit CallInside(volatile LONG& count) noexcept : m_count(count) { InterlockedIncrement(&m_count); }
+  ~CallInside() { InterlockedDecrement(&m_count); }
+  CallInside(const CallInside&) = delete;
+  CallInside& operator=(const CallInside&) = delete;
+
+ private:
+  volatile LONG& m_count;
 };
 
 }  // namespace
@@ -59,8 +71,8 @@ ULONG STDMETHODCALLTYPE CSimpleWIACallback::Release() {
 }
 
 HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, WiaTransferParams* pWiaTransferParams) {
-  const std::shared_lock inside(m_callLock);
-  if (m_closed || pWiaTransferParams == nullptr || pWiaTransferParams->lMessage != WIA_TRANSFER_MSG_STATUS) {
+  const CallInside inside(m_callsInside);
+  if (m_closed != 0 || pWiaTransferParams == nullptr || pWiaTransferParams->lMessage != WIA_TRANSFER_MSG_STATUS) {
     return S_OK;
   }
   const HRESULT status = pWiaTransferParams->hrErrorStatus;
@@ -76,8 +88,8 @@ HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, 
 
 HRESULT STDMETHODCALLTYPE CSimpleWIACallback::GetNextStream(LONG /*lFlags*/, BSTR /*bstrItemName*/,
                                                             BSTR /*bstrFullItemName*/, IStream** ppDestination) {
-  const std::shared_lock inside(m_callLock);
-  if (m_closed || ppDestination == nullptr) {
+  const CallInside inside(m_callsInside);
+  if (m_closed != 0 || ppDestination == nullptr) {
     return E_FAIL;
   }
   const std::lock_guard one(m_filesLock);
@@ -119,9 +131,11 @@ void CSimpleWIACallback::RememberFile(const wchar_t* path, CPageStream* stream) 
 }
 
 void CSimpleWIACallback::Close() noexcept {
+  InterlockedExchange(&m_closed, 1);
   // Only calls on other threads can still be inside; a message box there ends when the user closes it.
-  const std::lock_guard nobodyInside(m_callLock);
-  m_closed = true;
+  while (m_callsInside != 0) {
+    Sleep(1);
+  }
   for (const platform::ComPtr<CPageStream>& stream : m_streams) {
     stream->Close();
   }

@@ -59,10 +59,10 @@ class CSimpleWIACallback final : public IWiaTransferCallback {
   wchar_t m_wszFileName[MAX_PATH] = {};
 
   const Purpose m_purpose;
-  platform::ReaderWriterLock m_callLock;  // calls hold it shared, closing exclusively
-  bool m_closed = false;
-  platform::ReaderWriterLock m_filesLock;  // guards what follows while calls run
-  int m_nextNumber = 1;                    // in the next page's name; 1: the path itself
+  volatile LONG m_closed = 0;
+  volatile LONG m_callsInside = 0;
+  platform::Lock m_filesLock;  // guards what follows while calls run
+  int m_nextNumber = 1;        // in the next page's name; 1: the path itself
   std::wstring m_firstFile;
   std::vector<std::wstring> m_laterPreviewFiles;
   std::vector<platform::ComPtr<CPageStream>> m_streams;
