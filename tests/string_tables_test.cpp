@@ -30,8 +30,9 @@ const std::map<int, Numbers> kSameAsEnglish = {
     {IDS_PAGE, {1036}}, {IDS_PAGES, {1036}}};
 // Icon -> sizes of its images.
 const std::map<int, std::string> kIcons = {
-    {2005, "32 16 "}, {120, "32 "}, {121, "32 16 "}, {122, "32 16 20 "}, {123, "32 16 20 "}, {124, "32 16 20 "},
-    {125, "32 16 48 20 "}, {201, "32 16 20 "}, {202, "32 16 "}, {151, "32 16 "}, {152, "32 16 "}};
+    {2005, "32 16 "},           {120, "32 48 64 "},          {121, "32 16 48 64 "},          {122, "32 16 20 30 40 "},
+    {123, "32 16 20 24 30 40 "}, {124, "32 16 20 30 40 "},    {125, "32 16 48 20 24 30 40 "}, {201, "32 16 20 24 30 40 "},
+    {202, "32 16 24 "},         {151, "32 16 24 "},          {152, "32 16 24 "}};
 // clang-format on
 
 bool Has(const std::map<int, Numbers>& map, int id, int language) {
@@ -127,8 +128,9 @@ TEST(StringTables, EveryVisibleTextFitsItsControl) {
       };
       for (const auto& label : settings::kLabels) expectFits(label.control, label.stringId);
       for (const auto& step : settings::kZoomTable) expectFits(IDC_ZOOM_LIST, step.stringId);
-      for (const auto* list : {&settings::kPlacement, &settings::kFeedMethod, &settings::kOriginalQuality,
-                               &settings::kScanMethod, &settings::kSendSize, &settings::kScanColor}) {
+      for (const auto* list :
+           {&settings::kOriginalSize, &settings::kPlacement, &settings::kFeedMethod, &settings::kOriginalQuality,
+            &settings::kScanMethod, &settings::kScanColor, &settings::kResolution}) {
         for (const auto& entry : list->entries) expectFits(list->control, entry.stringId, entry.text);
       }
     }

@@ -31,46 +31,46 @@ class BASE_DIALOG {
   static INT_PTR CALLBACK StaticDialogProc(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam);
 
   virtual INT_PTR OnMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam);  // 0: the message map
-  virtual INT_PTR OnInitDialog(HWND hDlg, WPARAM wParam, LPARAM lParam);             // 1
-  virtual INT_PTR OnCtlColorDlg(HWND hDlg, WPARAM wParam, LPARAM lParam);            // 2
-  virtual INT_PTR OnCtlColorStatic(HWND hDlg, WPARAM wParam, LPARAM lParam);         // 3
-  virtual INT_PTR OnCtlColorBtn(HWND hDlg, WPARAM wParam, LPARAM lParam);            // 4
-  virtual INT_PTR OnCtlColorEdit(HWND hDlg, WPARAM wParam, LPARAM lParam);           // 5
-  virtual INT_PTR OnCtlColorListBox(HWND hDlg, WPARAM wParam, LPARAM lParam);        // 6
-  virtual INT_PTR OnCtlColorScrollBar(HWND hDlg, WPARAM wParam, LPARAM lParam);      // 7
+  virtual INT_PTR OnInitDialog(HWND, WPARAM, LPARAM) { return FALSE; }               // 1
+  virtual INT_PTR OnCtlColorDlg(HWND, WPARAM, LPARAM) { return FALSE; }              // 2
+  virtual INT_PTR OnCtlColorStatic(HWND, WPARAM, LPARAM) { return FALSE; }           // 3
+  virtual INT_PTR OnCtlColorBtn(HWND, WPARAM, LPARAM) { return FALSE; }              // 4
+  virtual INT_PTR OnCtlColorEdit(HWND, WPARAM, LPARAM) { return FALSE; }             // 5
+  virtual INT_PTR OnCtlColorListBox(HWND, WPARAM, LPARAM) { return FALSE; }          // 6
+  virtual INT_PTR OnCtlColorScrollBar(HWND, WPARAM, LPARAM) { return FALSE; }        // 7
   // Brackets OnPaint with BeginPaint and EndPaint and returns its result.
-  virtual INT_PTR OnPaintMessage(HWND hDlg, WPARAM wParam, LPARAM lParam);                  // 8
-  virtual INT_PTR OnPaint(HWND hDlg, HDC hdc, WPARAM wParam, LPARAM lParam);                // 9
-  virtual INT_PTR OnCommand(HWND hDlg, WPARAM wParam, LPARAM lParam);                       // 10
-  virtual INT_PTR OnContextMenu(HWND hDlg, WPARAM wParam, LPARAM lParam);                   // 11
-  virtual INT_PTR OnNotify(HWND hDlg, WPARAM wParam, LPARAM lParam);                        // 12
-  virtual INT_PTR OnDrawItem(HWND hDlg, WPARAM wParam, LPARAM lParam);                      // 13
-  virtual INT_PTR OnMove(HWND hDlg, WPARAM wParam, LPARAM lParam);                          // 14
-  virtual INT_PTR OnSize(HWND hDlg, WPARAM wParam, LPARAM lParam);                          // 15
-  virtual INT_PTR OnDestroy(HWND hDlg, WPARAM wParam, LPARAM lParam);                       // 16
-  virtual INT_PTR OnClose(HWND hDlg, WPARAM wParam, LPARAM lParam);                         // 17
-  virtual INT_PTR Reserved18(HWND hDlg, WPARAM wParam, LPARAM lParam);                      // 18: no message
-  virtual INT_PTR Reserved19(HWND hDlg, WPARAM wParam, LPARAM lParam);                      // 19: no message
-  virtual INT_PTR Reserved20(HWND hDlg, WPARAM wParam, LPARAM lParam);                      // 20: no message
-  virtual INT_PTR OnMouseMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam);    // 21: calls slot 22
-  virtual INT_PTR OnNcMouseMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam);  // 22
-  virtual INT_PTR OnShowWindow(HWND hDlg, WPARAM wParam, LPARAM lParam);                    // 23
-  virtual INT_PTR OnHideWindow(HWND hDlg, WPARAM wParam, LPARAM lParam);                    // 24
-  virtual INT_PTR Reserved25(HWND hDlg, WPARAM wParam, LPARAM lParam);                      // 25: no message
-  virtual INT_PTR Reserved26(HWND hDlg, WPARAM wParam, LPARAM lParam);                      // 26: no message
-  virtual INT_PTR OnSetFocus(HWND hDlg, WPARAM wParam, LPARAM lParam);                      // 27
-  virtual INT_PTR OnKillFocus(HWND hDlg, WPARAM wParam, LPARAM lParam);                     // 28
-  virtual INT_PTR OnNcPaint(HWND hDlg, WPARAM wParam, LPARAM lParam);                       // 29
-  virtual INT_PTR OnUserMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam);     // 30: 0x0400 to 0x7FFF
-  virtual INT_PTR OnAppMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam);      // 31: 0x8000 to 0xBFFF
-  virtual void UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) = 0;                    // 32
-  virtual BOOL processImageFile(wchar_t* path, const ImageEditParams& params) = 0;          // 33
-  virtual void ClearPreview() = 0;                                                          // 34
-  virtual void OnHScroll(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                      // 35
-  virtual void OnVScroll(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                      // 36
-  virtual void OnLButtonDown(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                  // 37
-  virtual void OnLButtonUp(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                    // 38
-  virtual void OnMouseMove(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                    // 39
+  virtual INT_PTR OnPaintMessage(HWND hDlg, WPARAM wParam, LPARAM lParam);                // 8
+  virtual INT_PTR OnPaint(HWND, HDC, WPARAM, LPARAM) { return FALSE; }                    // 9
+  virtual INT_PTR OnCommand(HWND, WPARAM, LPARAM) { return FALSE; }                       // 10
+  virtual INT_PTR OnContextMenu(HWND, WPARAM, LPARAM) { return FALSE; }                   // 11
+  virtual INT_PTR OnNotify(HWND, WPARAM, LPARAM) { return FALSE; }                        // 12
+  virtual INT_PTR OnDrawItem(HWND, WPARAM, LPARAM) { return FALSE; }                      // 13
+  virtual INT_PTR OnMove(HWND, WPARAM, LPARAM) { return FALSE; }                          // 14
+  virtual INT_PTR OnSize(HWND, WPARAM, LPARAM) { return FALSE; }                          // 15
+  virtual INT_PTR OnDestroy(HWND, WPARAM, LPARAM) { return FALSE; }                       // 16
+  virtual INT_PTR OnClose(HWND, WPARAM, LPARAM) { return FALSE; }                         // 17
+  virtual INT_PTR Reserved18(HWND, WPARAM, LPARAM) { return FALSE; }                      // 18: no message
+  virtual INT_PTR Reserved19(HWND, WPARAM, LPARAM) { return FALSE; }                      // 19: no message
+  virtual INT_PTR Reserved20(HWND, WPARAM, LPARAM) { return FALSE; }                      // 20: no message
+  virtual INT_PTR OnMouseMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam);  // 21: calls slot 22
+  virtual INT_PTR OnNcMouseMessage(HWND, UINT, WPARAM, LPARAM) { return FALSE; }          // 22
+  virtual INT_PTR OnShowWindow(HWND, WPARAM, LPARAM) { return FALSE; }                    // 23
+  virtual INT_PTR OnHideWindow(HWND, WPARAM, LPARAM) { return FALSE; }                    // 24
+  virtual INT_PTR Reserved25(HWND, WPARAM, LPARAM) { return FALSE; }                      // 25: no message
+  virtual INT_PTR Reserved26(HWND, WPARAM, LPARAM) { return FALSE; }                      // 26: no message
+  virtual INT_PTR OnSetFocus(HWND, WPARAM, LPARAM) { return FALSE; }                      // 27
+  virtual INT_PTR OnKillFocus(HWND, WPARAM, LPARAM) { return FALSE; }                     // 28
+  virtual INT_PTR OnNcPaint(HWND, WPARAM, LPARAM) { return FALSE; }                       // 29
+  virtual INT_PTR OnUserMessage(HWND, UINT, WPARAM, LPARAM) { return FALSE; }             // 30: 0x0400 to 0x7FFF
+  virtual INT_PTR OnAppMessage(HWND, UINT, WPARAM, LPARAM) { return FALSE; }              // 31: 0x8000 to 0xBFFF
+  virtual void UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) = 0;                  // 32
+  virtual BOOL processImageFile(wchar_t* path, const ImageEditParams& params) = 0;        // 33
+  virtual void ClearPreview() = 0;                                                        // 34
+  virtual void OnHScroll(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                    // 35
+  virtual void OnVScroll(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                    // 36
+  virtual void OnLButtonDown(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                // 37
+  virtual void OnLButtonUp(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                  // 38
+  virtual void OnMouseMove(HWND hDlg, WPARAM wParam, LPARAM lParam) = 0;                  // 39
 
  protected:
   ~BASE_DIALOG() = default;

@@ -4,20 +4,12 @@
 
 #include "entry/wia_ui_extension.h"
 #include "platform/module_state.h"
+#include "platform/scoped.h"
 
 CClassFactory g_classFactory;
 
 HRESULT STDMETHODCALLTYPE CClassFactory::QueryInterface(REFIID riid, void** ppv) {
-  if (ppv == nullptr) {
-    return E_POINTER;
-  }
-  *ppv = nullptr;
-  if (!IsEqualIID(riid, IID_IUnknown) && !IsEqualIID(riid, IID_IClassFactory)) {
-    return E_NOINTERFACE;
-  }
-  *ppv = static_cast<IClassFactory*>(this);
-  AddRef();
-  return S_OK;
+  return platform::AnswerQuery<IClassFactory>(this, riid, ppv, IID_IUnknown, IID_IClassFactory);
 }
 
 ULONG STDMETHODCALLTYPE CClassFactory::AddRef() {

@@ -34,16 +34,7 @@ HRESULT CheckFileName(const wchar_t* fileName) {
 }  // namespace
 
 HRESULT STDMETHODCALLTYPE CWiaUIExtension::QueryInterface(REFIID riid, void** ppv) {
-  if (ppv == nullptr) {
-    return E_POINTER;
-  }
-  *ppv = nullptr;
-  if (!IsEqualIID(riid, IID_IUnknown) && !IsEqualIID(riid, IID_IWiaUIExtension2)) {
-    return E_NOINTERFACE;
-  }
-  *ppv = static_cast<IWiaUIExtension2*>(this);
-  AddRef();
-  return S_OK;
+  return platform::AnswerQuery<IWiaUIExtension2>(this, riid, ppv, IID_IUnknown, IID_IWiaUIExtension2);
 }
 
 ULONG STDMETHODCALLTYPE CWiaUIExtension::AddRef() {

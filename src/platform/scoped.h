@@ -137,6 +137,21 @@ ComPtr<Interface> Query(IUnknown* object, REFIID iid, HRESULT* result = nullptr)
   return found;
 }
 
+// QueryInterface of an object that has one interface, which answers to these identifiers.
+template <class Interface, class... Identifiers>
+HRESULT AnswerQuery(Interface* object, REFIID riid, void** ppv, const Identifiers&... identifiers) {
+  if (ppv == nullptr) {
+    return E_POINTER;
+  }
+  *ppv = nullptr;
+  if (!(IsEqualIID(riid, identifiers) || ...)) {
+    return E_NOINTERFACE;
+  }
+  object->AddRef();
+  *ppv = object;
+  return S_OK;
+}
+
 // Clears a PROPVARIANT with everything that it owns.
 class ScopedPropVariant {
  public:

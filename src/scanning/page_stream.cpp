@@ -15,16 +15,7 @@ HRESULT CPageStream::PassOn(Method method, Arguments... arguments) noexcept {
 }
 
 HRESULT STDMETHODCALLTYPE CPageStream::QueryInterface(REFIID riid, void** ppv) {
-  if (ppv == nullptr) {
-    return E_POINTER;
-  }
-  *ppv = nullptr;
-  if (!IsEqualIID(riid, IID_IUnknown) && !IsEqualIID(riid, IID_ISequentialStream) && !IsEqualIID(riid, IID_IStream)) {
-    return E_NOINTERFACE;
-  }
-  *ppv = static_cast<IStream*>(this);
-  AddRef();
-  return S_OK;
+  return platform::AnswerQuery<IStream>(this, riid, ppv, IID_IUnknown, IID_ISequentialStream, IID_IStream);
 }
 
 ULONG STDMETHODCALLTYPE CPageStream::AddRef() { return static_cast<ULONG>(InterlockedIncrement(&m_cRef)); }

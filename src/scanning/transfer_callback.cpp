@@ -48,16 +48,7 @@ CSimpleWIACallback::CSimpleWIACallback(HWND owner, const wchar_t* filePath, Purp
 }
 
 HRESULT STDMETHODCALLTYPE CSimpleWIACallback::QueryInterface(REFIID riid, void** ppv) {
-  if (ppv == nullptr) {
-    return E_POINTER;
-  }
-  *ppv = nullptr;
-  if (!IsEqualIID(riid, IID_IUnknown) && !IsEqualIID(riid, IID_IWiaTransferCallback)) {
-    return E_NOINTERFACE;
-  }
-  *ppv = static_cast<IWiaTransferCallback*>(this);
-  AddRef();
-  return S_OK;
+  return platform::AnswerQuery<IWiaTransferCallback>(this, riid, ppv, IID_IUnknown, IID_IWiaTransferCallback);
 }
 
 ULONG STDMETHODCALLTYPE CSimpleWIACallback::AddRef() { return static_cast<ULONG>(InterlockedIncrement(&m_cRef)); }
