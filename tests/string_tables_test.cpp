@@ -77,7 +77,8 @@ int Spare(HWND control, const std::wstring& text, int language) {
   GetClassNameW(control, className, 16);
   COMBOBOXINFO combo = {sizeof(combo), {}, {}, 0, nullptr, nullptr, nullptr};
   if (GetComboBoxInfo(control, &combo)) {
-    room = {combo.rcItem.left + 1, 0, combo.rcItem.right - 1, 0};
+    // An edge of one pixel, and one more before the text.
+    room = {combo.rcItem.left + 2, 0, combo.rcItem.right - 1, 0};
   } else if (std::wstring(className) == L"Button") {  // the frame's corners; border and focus rectangle
     room.right -= (GetWindowLongPtrW(control, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX ? 18 : 8;
   }
