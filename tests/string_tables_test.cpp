@@ -26,7 +26,7 @@ const std::map<int, Numbers> kSameAsEnglish = {
     {IDS_CONTRAST, {1048}}, {IDS_NORMAL, {10, 1030, 1031, 1036, 1044, 1046, 1048, 1053, 1055, 2070}},
     {IDS_PIXELS, {1036, 1043, 1046}}, {IDS_ZOOM, {10, 16, 1030, 1031, 1036, 1044, 1046, 1048, 2070}},
     {IDS_POSITION, {1031, 1036, 1053}}, {IDS_QUALITY_TEXT, {5, 27, 1031, 1048, 1053}}, {IDS_QUALITY_PHOTO, {1036}},
-    {IDS_SCAN, {1030}}, {IDS_PAGE, {1036}}, {IDS_PAGES, {1036}}};
+    {IDS_SCAN, {1030}}, {IDS_PAGES, {1036}}};
 // Icon -> sizes of its images.
 const std::map<int, std::string> kIcons = {
     {2005, "32 16 "},           {120, "32 48 64 "},          {121, "32 16 48 64 "},          {122, "32 16 20 30 40 "},
