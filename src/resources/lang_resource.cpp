@@ -110,6 +110,9 @@ int LANG_RESOURCE::ShowMessage(HWND owner, UINT stringId) const {
   if (message[0] == L'\0') {
     GetTextW(stringId, message, kControlTextCapacity, kEnglishUnitedStates);
   }
+  if (message[0] == L'\0') {
+    return 0;
+  }
   // Message boxes do not inherit the owner's right-to-left layout.
   const UINT layout = IsRightToLeft() ? MB_RTLREADING | MB_RIGHT : 0;
   // The dialog's thread has it, a driver's own does not.

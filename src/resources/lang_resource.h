@@ -40,7 +40,7 @@ class LANG_RESOURCE {
   BOOL SetControlText(HWND hDlg, UINT stringId, int controlId) const;
 
   // Shows a modal message box with an OK button and the caption "Scan Error" in the UI language. A message that the UI
-  // language lacks is shown in English. The message box's result.
+  // language lacks is shown in English. The message box's result; 0, and no box, when English lacks the message too.
   int ShowMessage(HWND owner, UINT stringId) const;
 
   // The dialog font (8 points, at the screen's resolution). The cache keeps it; the caller must not delete it.
