@@ -5,12 +5,22 @@
 #include <map>
 
 #include "tests/support/dialog_harness.h"
+#include "tests/support/platform_faults.h"
 
 namespace {
 
 std::wstring TextOf(const LANG_RESOURCE& resource, UINT id, std::uint32_t language = 0) {
   wchar_t text[1024] = L"untouched";
   return resource.GetTextW(id, text, 1024, language) != nullptr ? text : L"(none)";
+}
+
+std::wstring boxText;
+UINT boxStyle = 0;
+
+int WINAPI NoteMessageBox(HWND /*owner*/, LPCWSTR text, LPCWSTR /*caption*/, UINT style) {
+  boxText = text;
+  boxStyle = style;
+  return IDOK;
 }
 
 // The user's languages that this machine's locales give, with the table that must answer and its direction.
@@ -42,6 +52,13 @@ TEST(LangResourceLocale, FollowsTheUsersLocale) {
     }
     EXPECT_EQ(shown.Text(IDC_SCAN), TextOf(resource, IDS_SCAN, table));
   });
+
+  // What the box is asked for: Wine 8 shows nothing of it.
+  void* messageBox = simulator::ReplaceImport("MessageBoxW", reinterpret_cast<void*>(&NoteMessageBox));
+  resource.ShowMessage(nullptr, IDS_ERROR_BUSY);
+  simulator::ReplaceImport("MessageBoxW", messageBox);
+  EXPECT_EQ(boxStyle, rightToLeft ? MB_OK | MB_RTLREADING | MB_RIGHT : MB_OK);
+  EXPECT_EQ(boxText, TextOf(resource, IDS_ERROR_BUSY, table == 10 ? 0x0409 : table)) << "Spanish lacks it";
 }
 
 TEST(LangResource, LooksStringsUp) {

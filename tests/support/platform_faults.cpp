@@ -73,8 +73,17 @@ const Redirection kRedirections[] = {
 };
 static_assert(std::size(kRedirections) <= std::size(originals));
 
-// Puts the replacements into the import table of the module that this code is linked into.
 bool RedirectImports() {
+  for (std::size_t i = 0; i < std::size(kRedirections); ++i) {
+    originals[i] = ReplaceImport(kRedirections[i].name, kRedirections[i].replacement);
+  }
+  return true;
+}
+
+}  // namespace
+
+void* ReplaceImport(const char* name, void* replacement) {
+  void* before = nullptr;
   auto* base = reinterpret_cast<BYTE*>(GetModuleHandleW(nullptr));
   const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
   const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
@@ -84,26 +93,20 @@ bool RedirectImports() {
     const auto* lookup = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
     auto* address = reinterpret_cast<IMAGE_THUNK_DATA*>(base + library->FirstThunk);
     for (; lookup->u1.AddressOfData != 0; ++lookup, ++address) {
-      if (IMAGE_SNAP_BY_ORDINAL(lookup->u1.Ordinal)) {
+      const auto* import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + lookup->u1.AddressOfData);
+      if (IMAGE_SNAP_BY_ORDINAL(lookup->u1.Ordinal) ||
+          std::strcmp(reinterpret_cast<const char*>(import->Name), name) != 0) {
         continue;
       }
-      const auto* import = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + lookup->u1.AddressOfData);
-      for (std::size_t i = 0; i < std::size(kRedirections); ++i) {
-        if (std::strcmp(reinterpret_cast<const char*>(import->Name), kRedirections[i].name) != 0) {
-          continue;
-        }
-        DWORD protection = 0;
-        VirtualProtect(&address->u1.Function, sizeof(address->u1.Function), PAGE_READWRITE, &protection);
-        originals[i] = reinterpret_cast<void*>(address->u1.Function);
-        address->u1.Function = reinterpret_cast<ULONG_PTR>(kRedirections[i].replacement);
-        VirtualProtect(&address->u1.Function, sizeof(address->u1.Function), protection, &protection);
-      }
+      DWORD protection = 0;
+      VirtualProtect(&address->u1.Function, sizeof(address->u1.Function), PAGE_READWRITE, &protection);
+      before = reinterpret_cast<void*>(address->u1.Function);
+      address->u1.Function = reinterpret_cast<ULONG_PTR>(replacement);
+      VirtualProtect(&address->u1.Function, sizeof(address->u1.Function), protection, &protection);
     }
   }
-  return true;
+  return before;
 }
-
-}  // namespace
 
 PlatformFaults::PlatformFaults(PlatformCalls calls, const PlatformFault& fault) : m_calls(calls), m_fault(fault) {
   static const bool redirected = RedirectImports();

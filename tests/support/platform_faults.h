@@ -7,6 +7,10 @@
 
 namespace simulator {
 
+// Lets this program's own code call the replacement, which must have the function's type, until it is replaced again.
+// What it called before; null: it does not import the function.
+void* ReplaceImport(const char* name, void* replacement);
+
 enum class PlatformCalls { files, memory, graphics };
 
 struct PlatformFault {
