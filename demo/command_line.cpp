@@ -25,6 +25,7 @@ const wchar_t kDemoHelp[] =
       thread                   callbacks on another thread         null-record       a callback without a record
   --tour DIR           nobody sits at the screen: goes through preview, zoom, pan, turn, frame and scan with real
                        pointer and keyboard input, and keeps a picture of each step in DIR
+  --steps N            ends the tour after N steps (1: the dialog opened, 2: a preview) and closes the dialog
   --close-after MS     closes the dialog, for runs without a user
   --dll PATH           the library (WiaScanDialog.dll beside this program)
   --help               this text
@@ -104,6 +105,10 @@ Applied ApplyValue(const std::wstring& name, const std::wstring& value, DemoOpti
   if (name == L"--pages") {
     options.scanner.feederPages = static_cast<int>(number.value_or(0));
     return outcome(number && *number <= 9999);
+  }
+  if (name == L"--steps") {
+    options.steps = static_cast<int>(number.value_or(0));
+    return outcome(options.steps > 0 && options.steps <= Tour::kSteps);
   }
   if (name == L"--close-after") {
     options.closeAfter = number.value_or(0);

@@ -5,6 +5,7 @@
 #include <variant>
 #include <vector>
 
+#include "demo/tour.h"
 #include "simulator/simulated_scanner.h"
 
 namespace simulator {
@@ -16,7 +17,8 @@ struct DemoOptions {
   std::wstring name;                            // of the device; empty: none is registered
   std::wstring folder = L".";
   std::wstring file = L"Scan";
-  std::wstring tour;     // folder for the pictures; empty: a user sits at the screen
+  std::wstring tour;  // folder for the pictures; empty: a user sits at the screen
+  int steps = Tour::kSteps;
   DWORD closeAfter = 0;  // milliseconds; 0: the user closes the dialog
   bool help = false;
 };

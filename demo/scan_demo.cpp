@@ -178,7 +178,7 @@ HRESULT RunDialog(IWiaUIExtension2& extension, const SimulatedScanner& scanner, 
 
   std::optional<simulator::Tour> tour;
   if (!options.tour.empty()) {
-    tour.emplace(FullPath(options.tour), [](const std::wstring& line) { Print(line); });
+    tour.emplace(FullPath(options.tour), options.steps, [](const std::wstring& line) { Print(line); });
   }
   const UINT_PTR timer = options.closeAfter == 0 ? 0 : SetTimer(nullptr, 0, options.closeAfter, &OnCloseTimer);
   const HRESULT result = extension.DeviceDialog(&data);
@@ -188,10 +188,8 @@ HRESULT RunDialog(IWiaUIExtension2& extension, const SimulatedScanner& scanner, 
   const bool toured = !tour || tour->Finish();
   Print(L"DeviceDialog: " + Hex(result) + (result == S_FALSE ? L" (closed by the user)" : L""));
   const PixelSize size = TakeOutputs(data);
-  if (tour && !(toured && IsFramedPart(size, *tour))) {
-    return E_FAIL;
-  }
-  return result;
+  const bool scanned = tour && options.steps == simulator::Tour::kSteps;
+  return !toured || (scanned && !IsFramedPart(size, *tour)) ? E_FAIL : result;
 }
 
 // Nothing of the dialog's may be left now: no reference to the device, no object that keeps the library loaded.

@@ -13,7 +13,7 @@
 namespace simulator {
 namespace {
 
-constexpr DWORD kPatience = 10000;  // milliseconds for a step
+constexpr DWORD kPatience = 60000;  // milliseconds for a step; some machines emulate, or are busy
 constexpr DWORD kMoment = 15;       // milliseconds between two movements of the pointer
 constexpr int kDragMoves = 12;
 
@@ -75,8 +75,8 @@ bool SavePng(HBITMAP bitmap, const std::wstring& path) {
 
 }  // namespace
 
-Tour::Tour(const std::wstring& folder, Report report)
-    : m_folder(folder), m_report(std::move(report)), m_thread([this] { Run(); }) {}
+Tour::Tour(const std::wstring& folder, int steps, Report report)
+    : m_folder(folder), m_steps(steps), m_report(std::move(report)), m_thread([this] { Run(); }) {}
 
 Tour::~Tour() { Finish(); }
 
@@ -97,17 +97,22 @@ void Tour::Run() {
                Step(L"turned", L"turned the page right", &Tour::TurnRight) &&
                Step(L"framed", L"drew a selection frame", &Tour::DrawFrame) &&
                Step(L"scanned", L"Scan pressed, the dialog closed", &Tour::StartScan);
-  if (!m_complete && m_dialog != nullptr) {
+  if (IsWindow(m_dialog)) {
     PostMessageW(m_dialog, WM_COMMAND, IDCANCEL, 0);
   }
 }
 
 bool Tour::Step(const wchar_t* name, const wchar_t* what, bool (Tour::*action)()) {
+  if (m_step == m_steps) {
+    return true;
+  }
   ++m_step;
   const bool happened = (this->*action)();
   m_report(std::to_wstring(m_step) + (happened ? L". " : L". FAILED, this did not happen: ") + what);
   if (m_dialog != nullptr && IsWindowVisible(m_dialog)) {
-    Sleep(300);  // the dialog's thread paints when it has nothing else to do
+    // The dialog's thread paints when it has nothing else to do; the screen follows with a delay.
+    RedrawWindow(m_dialog, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
+    Sleep(300);
     TakePicture(name);
   }
   return happened;

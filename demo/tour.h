@@ -13,13 +13,16 @@ namespace simulator {
 
 // Drives the dialog of this process with real pointer and keyboard input from a thread of its own, checks after each
 // step that it happened, and keeps a picture of the screen: "<folder>\1-opened.png" and so on. Start it before the
-// dialog is opened. A step that does not happen within ten seconds fails the tour, which then closes the dialog.
+// dialog is opened. A step that does not happen within a minute fails the tour. A tour that does not come to the
+// scan closes the dialog.
 class Tour {
  public:
   using Report = std::function<void(const std::wstring&)>;
+  static constexpr int kSteps = 8;
 
-  // folder: where the pictures go; it must exist. report: called for every step, on the tour's thread.
-  Tour(const std::wstring& folder, Report report);
+  // folder: where the pictures go; it must exist. steps: how many it makes, up to kSteps. report: called for every
+  // step, on the tour's thread.
+  Tour(const std::wstring& folder, int steps, Report report);
   // Waits for the tour to end.
   ~Tour();
   Tour(const Tour&) = delete;
@@ -43,7 +46,7 @@ class Tour {
   bool DrawFrame();
   bool StartScan();
 
-  // Waits until the condition holds; false after ten seconds.
+  // Waits until the condition holds; false after a minute.
   static bool Wait(const std::function<bool()>& condition);
   bool Step(const wchar_t* name, const wchar_t* what, bool (Tour::*action)());
   void TakePicture(const wchar_t* name);
@@ -57,6 +60,7 @@ class Tour {
   bool Fits(int scrollBar) const;
 
   std::wstring m_folder;
+  int m_steps;
   Report m_report;
   HWND m_dialog = nullptr;
   int m_step = 0;
