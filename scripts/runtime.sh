@@ -45,6 +45,10 @@ runtime_start_window_manager() {
   sleep 0.5
 }
 
+# Cuts pictures of a window to what is seen of it: the platform takes its frame for larger than the window manager draws
+# it, and the screen is black between them. Nothing reduces the colours, which would dither the dialog's grey.
+runtime_trim_pictures() { mogrify -trim +repage -strip "$@"; }
+
 runtime_stop() {
   wineserver --kill >/dev/null 2>&1 || true
   if [ -n "$runtime_screen_pid" ]; then
