@@ -1,39 +1,94 @@
-// The library as COM finds it, registered with the file that integrators get.
+// The library as COM finds it, registered by what integrators get: the .reg file, and the sections of the INF.
+#include <windows.h>
+
 #include <gtest/gtest.h>
+#include <setupapi.h>
+
+#include <fstream>
 
 #include "entry/class_factory.h"
 #include "tests/support/dialog_harness.h"
+#include "tests/support/temporary_folder.h"
 
 namespace {
+
+namespace fs = std::filesystem;
 
 constexpr wchar_t kHandler[] =
     L"CLSID\\{9010E5D3-AA46-4339-8055-770823255443}\\shellex\\WiaDialogExtensionHandlers\\"
     L"{7C3E51A2-4B90-4D6E-9F21-58A0C4D7E913}";
 
-void Import(const wchar_t* name) {
-  const auto file = std::filesystem::absolute(std::filesystem::path(WSD_TEST_DATA) / L"../../packaging" / name);
-  EXPECT_EQ(_wsystem((L"regedit /S \"" + file.lexically_normal().wstring() + L"\"").c_str()), 0);
+fs::path Packaged(const wchar_t* name) {
+  return fs::absolute(fs::path(WSD_TEST_DATA) / L"../../packaging" / name).lexically_normal();
 }
 
-TEST(Registration, ComFindsTheLibraryAndItsDialogOpens) {
-  wchar_t original[MAX_PATH] = {}, folder[MAX_PATH] = {};
-  GetModuleFileNameW(harness::Library(), original, MAX_PATH);
-  GetSystemDirectoryW(folder, MAX_PATH);
-  const std::wstring installed = std::wstring(folder) + L"\\WiaScanDialog.dll";
-  ASSERT_TRUE(CopyFileW(original, installed.c_str(), FALSE));
-  Import(L"register.reg");
+void Import(const wchar_t* name) {
+  EXPECT_EQ(_wsystem((L"regedit /S \"" + Packaged(name).wstring() + L"\"").c_str()), 0);
+}
+
+std::wstring WindowsFolder() {
+  wchar_t folder[MAX_PATH] = {};
+  GetWindowsDirectoryW(folder, MAX_PATH);
+  return folder;
+}
+
+HRESULT CreateExtension(IWiaUIExtension2** extension) {
+  return CoCreateInstance(CLSID_WiaScanDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IWiaUIExtension2,
+                          reinterpret_cast<void**>(extension));
+}
+
+// What the installing left, and what the uninstalling takes away.
+void ExpectUsableUntilUnregistered() {
   EXPECT_EQ(RegQueryValueW(HKEY_CLASSES_ROOT, kHandler, nullptr, nullptr), ERROR_SUCCESS);
   platform::ComPtr<IWiaUIExtension2> extension;
-  ASSERT_EQ(CoCreateInstance(CLSID_WiaScanDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IWiaUIExtension2, &extension),
-            S_OK);
+  ASSERT_EQ(CreateExtension(&extension), S_OK);
   const harness::DialogDriver user([](HWND dialog) { PostMessageW(dialog, WM_CLOSE, 0, 0); });
   DEVICEDIALOGDATA2 request = {};
   EXPECT_EQ(extension->DeviceDialog(&request), S_FALSE);
   extension.Reset();
   CoFreeUnusedLibrariesEx(0, 0);
-  EXPECT_TRUE(DeleteFileW(installed.c_str())) << "still loaded";
+  EXPECT_TRUE(DeleteFileW((WindowsFolder() + L"\\System32\\WiaScanDialog.dll").c_str()))
+      << "not there, or still loaded";
   Import(L"unregister.reg");
   EXPECT_EQ(RegQueryValueW(HKEY_CLASSES_ROOT, kHandler, nullptr, nullptr), ERROR_FILE_NOT_FOUND);
+}
+
+// Goes on at every step of an installation, and gives up where the platform would ask the user for a file.
+UINT CALLBACK AskNobody(void*, UINT notification, UINT_PTR, UINT_PTR) {
+  return notification == SPFILENOTIFY_COPYERROR ? FILEOP_ABORT : FILEOP_DOIT;
+}
+
+TEST(Registration, RegFile) {
+  fs::copy_file(harness::LibraryPath(), WindowsFolder() + L"\\System32\\WiaScanDialog.dll",
+                fs::copy_options::overwrite_existing);
+  Import(L"register.reg");
+  ExpectUsableUntilUnregistered();
+}
+
+TEST(Registration, InfSections) {
+  // A driver package in small: the sections in an INF of its own, and this architecture's library under every name. Of
+  // the registry only the machine's own view: Wine 8 knows no FLG_ADDREG_32BITKEY and would write both into one.
+  const bool is64Bit = sizeof(void*) == 8;
+  const simulator::TemporaryFolder package;
+  const std::wstring path = package.File(L"driver.inf");
+  std::ofstream(fs::path(path), std::ios::binary)
+      << "[Version]\r\nSignature=\"$Windows NT$\"\r\n[Install]\r\nAddReg=WiaScanDialog.Registry\r\n"
+      << "CopyFiles=WiaScanDialog.Files" << (is64Bit ? ",WiaScanDialog.Files.WOW64\r\n" : "\r\n")
+      << std::ifstream(Packaged(L"WiaScanDialog.inf"), std::ios::binary).rdbuf();
+  // Wine 8 knows no [SourceDisksFiles] of one architecture, and takes what is beside the INF.
+  for (const wchar_t* name : {L"x64\\WiaScanDialog.dll", L"arm64\\WiaScanDialog.dll", L"x86\\WiaScanDialog.dll",
+                              L"x86\\WiaScanDialog32.dll", L"WiaScanDialog.dll", L"WiaScanDialog32.dll"}) {
+    fs::create_directories((package.path / name).parent_path());
+    fs::copy_file(harness::LibraryPath(), package.path / name);
+  }
+
+  const HINF inf = SetupOpenInfFileW(path.c_str(), nullptr, INF_STYLE_WIN4, nullptr);
+  ASSERT_NE(inf, INVALID_HANDLE_VALUE);
+  EXPECT_TRUE(SetupInstallFromInfSectionW(nullptr, inf, L"Install", SPINST_FILES | SPINST_REGISTRY, nullptr,
+                                          package.path.c_str(), 0, AskNobody, nullptr, nullptr, nullptr));
+  SetupCloseInfFile(inf);
+  EXPECT_EQ(DeleteFileW((WindowsFolder() + L"\\SysWOW64\\WiaScanDialog.dll").c_str()) != FALSE, is64Bit);
+  ExpectUsableUntilUnregistered();
 }
 
 }  // namespace
