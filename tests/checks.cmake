@@ -13,6 +13,7 @@ endif()
 # The sources are the same for every architecture.
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
   add_test(NAME layering COMMAND ${Python3_EXECUTABLE} ${checks}/check_layering.py ${CMAKE_SOURCE_DIR})
+  add_test(NAME package COMMAND ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/tests/package_test.py)
   find_program(CLANG_FORMAT clang-format REQUIRED)
   set(formatted "")
   foreach(folder src simulator demo tests bench)
