@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Packs what an integrator ships: the programs of every architecture, their symbols, INF sections and notes.
+"""Packs what an integrator ships: the programs of every architecture, their symbols, notices, INF sections and notes.
 
 The same files give the same bytes. Nothing is left when they don't fit together.
 
@@ -16,6 +16,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.dont_write_bytecode = True  # nothing is left among the sources
 sys.path.append(str(ROOT / "cmake/checks"))
 import check_package  # noqa: E402
+import third_party  # noqa: E402
 
 ARCHITECTURES = ("x64", "arm64", "x86")
 PROGRAMS = ("WiaScanDialog.dll", "scan_demo.exe")
@@ -30,7 +31,7 @@ def as_text(text):
     return text.replace("@VERSION@", version()).replace("\n", "\r\n").encode("utf-8")
 
 
-def collect(build):
+def collect(build, file_system=pathlib.Path("/")):
     """Name in the zip -> bytes."""
     programs, symbols = {}, {}
     for architecture in ARCHITECTURES:
@@ -43,6 +44,7 @@ def collect(build):
     programs["x86/WiaScanDialog32.dll"] = programs["x86/WiaScanDialog.dll"]
     sources = [*(ROOT / "packaging").iterdir(), ROOT / "docs/integrating.md"]
     texts = {path.name: as_text(path.read_text("utf-8")) for path in sources}
+    texts[check_package.NOTICES] = as_text(third_party.notices(programs, file_system))
     return programs | symbols | texts
 
 

@@ -6,13 +6,47 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import zipfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.dont_write_bytecode = True  # nothing is left among the sources
 sys.path.append(str(ROOT / "cmake"))
 import make_package  # noqa: E402
+import third_party  # noqa: E402
 
-MACHINES = {"x64": 0x8664, "x86": 0x14C, "arm64": 0xAA64}
+MINGW, THREADS, GCC, LLVM = third_party.COMPONENTS
+CONTAINED = {"x64": (0x8664, [MINGW, THREADS, GCC]), "x86": (0x14C, [MINGW, THREADS, GCC]), "arm64": (0xAA64, [MINGW, LLVM])}
+COPYRIGHT_FILES = {
+    f"usr/share/doc/{third_party.MINGW}/copyright": """Files: *
+Copyright: Sun Microsystems, Keith Marshall
+License: ZPL-2.1
+ Terms.
+
+Files: mingw-w64-crt/gdtoa/*
+Copyright: Lucent Technologies, David M. Gay
+License: apart
+
+Files: mingw-w64-tools/*
+Copyright: of a tool
+License: of-tools
+
+Files: mingw-w64-libraries/winpthreads/*
+Copyright: Lockless
+License: expat
+ Permission is hereby granted.
+
+License: apart
+ What gdtoa asks for.
+
+License: of-tools
+ What tools ask for.
+""",
+    f"usr/share/doc/{third_party.GCC}/copyright": "GCC is Copyright; either version 3\nThe libbacktrace library\n"
+    "GCC RUNTIME LIBRARY EXCEPTION\n1. Grant of Additional Permission\nlibquadmath/",
+    f"usr/share/doc/{third_party.LLVM}/copyright": "Files: *\nCopyright: LLVM\nLicense: Apache\n LLVM Exceptions",
+    "usr/lib/gcc/i686-w64-mingw32/12-posix/include/c++/bits/stl_algobase.h": "/* No notice. */\n"
+    "/*\n * Hewlett-Packard\n * Permission to use\n */\n/*\n * Silicon Graphics\n * Permission to use\n */\n",
+}
 
 # What is replaced in the INF, by what, and what is said then.
 BROKEN_INF = (
@@ -36,8 +70,8 @@ BROKEN_INF = (
 )
 
 
-def program(machine):
-    return struct.pack("<60sI4sH", b"MZ", 64, b"PE\0\0", machine)
+def program(machine, components):
+    return struct.pack("<60sI4sH", b"MZ", 64, b"PE\0\0", machine) + b"\0".join(part.marker for part in components)
 
 
 class Package(unittest.TestCase):
@@ -46,10 +80,12 @@ class Package(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
         self.target = self.folder / "WiaScanDialog-1.zip"
-        for architecture, machine in MACHINES.items():
+        for architecture, contained in CONTAINED.items():
             for name in (*make_package.PROGRAMS, "WiaScanDialog.dll.debug"):
-                self.put(f"build/{architecture}/{name}", program(machine))
-        self.files = make_package.collect(self.folder / "build")
+                self.put(f"build/{architecture}/{name}", program(*contained))
+        for path, text in COPYRIGHT_FILES.items():
+            self.put(path, text.encode())
+        self.files = make_package.collect(self.folder / "build", self.folder)
 
     def put(self, path, data):
         path = self.folder / path
@@ -67,6 +103,14 @@ class Package(unittest.TestCase):
         first = self.target.read_bytes()
         make_package.write(dict(reversed(self.files.items())), self.target)
         self.assertEqual(first, self.target.read_bytes())
+        with zipfile.ZipFile(self.target) as archive:
+            notices = archive.read("WiaScanDialog-1/THIRD-PARTY.txt").decode()
+        pages = {page.split("\r\n")[1]: page for page in notices.split("=" * 100)[1:]}
+        self.assertIn("x86\\WiaScanDialog32.dll", pages[GCC.name])
+        self.assertNotIn("arm64", pages[GCC.name])
+        self.assertEqual(pages[LLVM.name].count("\\"), 2)
+        self.assertIn("What gdtoa asks for", pages[MINGW.name])
+        self.assertNotIn("tool", notices)
 
     def test_inf(self):
         for old, new, message in BROKEN_INF:
@@ -77,15 +121,34 @@ class Package(unittest.TestCase):
         for name, message in (
             ("x86/WiaScanDialog32.dll", "names x86/wiascandialog32.dll, which the zip lacks"),
             ("WiaScanDialog.inf", "the zip lacks WiaScanDialog.inf"),
+            ("THIRD-PARTY.txt", "the zip lacks THIRD-PARTY.txt"),
         ):
             self.assert_refused({key: data for key, data in self.files.items() if key != name}, message)
         self.assert_refused(self.files | {"x64/WiaScanDialog.dll": b"MZ"}, "x64/wiascandialog.dll is for machine 0x0")
+        self.assert_refused(self.files | {"x64/more.exe": b""}, "THIRD-PARTY.txt says nothing of x64/more.exe")
         (self.folder / "build/package").mkdir()
         command = [sys.executable, ROOT / "cmake/make_package.py", self.folder / "build"]
         (self.folder / "build/arm64/scan_demo.exe").unlink()
         done = subprocess.run(command, capture_output=True, text=True)
         self.assertEqual((done.returncode, list((self.folder / "build/package").iterdir())), (1, []))
         self.assertIn("arm64/scan_demo.exe", done.stderr)
+
+    def test_notices(self):
+        programs = {"x64/a.dll": program(*CONTAINED["x64"])}
+        for path in COPYRIGHT_FILES:
+            for text in (b"of another edition", None):
+                if text:
+                    self.put(path, text)
+                else:
+                    (self.folder / path).unlink()
+                if third_party.LLVM in path:
+                    third_party.notices(programs, self.folder)  # of no concern to this program
+                    continue
+                with self.subTest(path), self.assertRaisesRegex(ValueError, "there is no /" if not text else "nothing of"):
+                    third_party.notices(programs, self.folder)
+            self.put(path, COPYRIGHT_FILES[path].encode())
+        with self.assertRaisesRegex(ValueError, "can't be all"):
+            third_party.notices({"x64/a.dll": MINGW.marker}, self.folder)
 
 
 if __name__ == "__main__":

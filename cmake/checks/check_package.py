@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks a packed zip: what its INF sections name is there, and suits.
+"""Checks a packed zip: what its INF sections name is there, and suits; the third-party notices cover every program.
 
 Windows' SetupAPI says nothing about a section that nobody refers to, and about a missing file only on the user's machine.
 
@@ -12,6 +12,7 @@ import sys
 import zipfile
 
 INF = "WiaScanDialog.inf"
+NOTICES = "THIRD-PARTY.txt"
 # Decoration of an install section -> decoration of [SourceDisksFiles], machine in a PE file's header.
 ARCHITECTURES = {"ntamd64": ("amd64", 0x8664), "ntarm64": ("arm64", 0xAA64), "ntx86": ("x86", 0x14C)}
 SECTION_LISTS = {"copyfiles", "addreg", "devicedata"}
@@ -136,14 +137,21 @@ def check(package):
     with zipfile.ZipFile(package) as archive:
         names = [name for name in archive.namelist() if not name.endswith("/")]
         files = {name.partition("/")[2].lower(): archive.read(name) for name in names}
-    if INF.lower() not in files:
-        return [f"the zip lacks {INF}"]
+    for required in (INF, NOTICES):
+        if required.lower() not in files:
+            return [f"the zip lacks {required}"]
     try:
         inf = Inf(files[INF.lower()])
     except (UnicodeDecodeError, ValueError) as failure:
         return [f"{INF}: {failure}"]
     check_tokens(inf, mistakes.append)
     check_inf(inf, files, mistakes.append)
+    notices = files[NOTICES.lower()].decode("utf-8").lower()
+    mistakes += [
+        f"{NOTICES} says nothing of {name}"
+        for name in sorted(files)
+        if name.endswith((".dll", ".exe")) and name.replace("/", "\\") not in notices
+    ]
     return mistakes
 
 
