@@ -16,15 +16,24 @@ using Stage = TransferPoint::Stage;
 constexpr HRESULT kGeneralError = static_cast<HRESULT>(0x80210001);
 constexpr std::size_t kHeaderSize = 20;  // of a JPEG file, with the resolution; written again when a page is complete
 
+// Those of the same progress stay in their order. Not by std::stable_sort: GCC 12's library makes that of a function
+// that it has marked as deprecated, and clang says so.
+template <typename T>
+void SortByProgress(std::vector<T>& events) {
+  const auto earlier = [](const T& left, const T& right) { return left.percent < right.percent; };
+  for (auto event = events.begin(); event != events.end(); ++event) {
+    std::rotate(std::upper_bound(events.begin(), event, *event, earlier), event, event + 1);
+  }
+}
+
 // One Download from its first message to its last.
 class Run {
  public:
   Run(Device& device, ItemKind kind, FaultPlan plan, IWiaTransferCallback* callback)
       : m_device(device), m_kind(kind), m_plan(std::move(plan)), m_callback(callback) {
     m_record.item = WideItemName(kind);
-    const auto earlier = [](const auto& left, const auto& right) { return left.percent < right.percent; };
-    std::stable_sort(m_plan.statuses.begin(), m_plan.statuses.end(), earlier);
-    std::stable_sort(m_plan.pauses.begin(), m_plan.pauses.end(), earlier);
+    SortByProgress(m_plan.statuses);
+    SortByProgress(m_plan.pauses);
   }
 
   HRESULT Execute() noexcept {
