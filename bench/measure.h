@@ -19,8 +19,7 @@ struct Pair {
 
 // Measures two actions in turn, the first of the two changing places from round to round: what disturbs the machine
 // disturbs both. `settle` runs after each, unmeasured.
-std::vector<Pair> Interleave(
-    int rounds, const Action& ours, const Action& other, const Action& settle = [] {});
+std::vector<Pair> Interleave(int rounds, const Action& ours, const Action& other, const Action& settle = [] {});
 
 std::vector<double> Ratios(const std::vector<Pair>& pairs);
 double Median(std::vector<double> values);

@@ -144,9 +144,7 @@ void MeasureOpening(const std::wstring& library) {
   CopyFileW(library.c_str(), copy.c_str(), FALSE);
   const auto load = [&](DWORD flags) { FreeLibrary(LoadLibraryExW(copy.c_str(), nullptr, flags)); };
   PrintFigure("load and unload", "mapping the file alone",
-              Ratios(Interleave(
-                  41, [&] { load(0); }, [&] { load(LOAD_LIBRARY_AS_DATAFILE); })),
-              kNoTarget);
+              Ratios(Interleave(41, [&] { load(0); }, [&] { load(LOAD_LIBRARY_AS_DATAFILE); })), kNoTarget);
   DeleteFileW(copy.c_str());
 }
 

@@ -69,10 +69,7 @@ std::vector<double> DrawRatios(BenchDialog& d, PreviewDrawMode mode, double zoom
   // The dialog's pending paint would be a second draw: what is drawn is shown between the measurements.
   return Ratios(Interleave(
       rounds, [&] { d.DrawPreviewImage(d.m_hDlg, 600, 800, mode, zoom); },
-      [&] {
-        BareDraw(d, {zoom, d.m_nScrollX, d.m_nScrollY});
-      },
-      [&] { simulator::HandleMessages(d.m_hDlg); }));
+      [&] { BareDraw(d, {zoom, d.m_nScrollX, d.m_nScrollY}); }, [&] { simulator::HandleMessages(d.m_hDlg); }));
 }
 
 void Append(std::vector<double>& all, const std::vector<double>& more) {

@@ -158,7 +158,7 @@ TEST_F(BaseDialog, PointerAndScrollMessages) {
 
   SetActiveWindow(window);
   EXPECT_EQ(Route(WM_MOUSEMOVE), Routed(0, FALSE)) << "no tool";
-  for (bool SlotRecorder::*flag :
+  for (bool SlotRecorder::* flag :
        {&SlotRecorder::m_bPanTool, &SlotRecorder::m_bSelectTool, &SlotRecorder::m_bMouseInPane,
         &SlotRecorder::m_bZoomTool, &SlotRecorder::m_bSelecting}) {
     dialog.*flag = true;

@@ -56,7 +56,7 @@ TEST(ScanProperties, EveryEntryOfEveryList) {
   std::vector<int> sendCodes = codes;
   sendCodes.insert(sendCodes.begin(), 100);
   const struct {
-    int SettingsSnapshot::*setting;
+    int SettingsSnapshot::* setting;
     PropertyId id;
     std::vector<int> values;
     int withoutSelection;
