@@ -37,8 +37,8 @@ def collect(build, file_system=pathlib.Path("/")):
     for architecture in ARCHITECTURES:
         for name in PROGRAMS:
             programs[f"{architecture}/{name}"] = (build / architecture / name).read_bytes()
-        symbols[f"symbols/{architecture}/WiaScanDialog.dll.debug"] = (
-            build / architecture / "WiaScanDialog.dll.debug"
+        symbols[f"symbols/{architecture}/WiaScanDialog.pdb"] = (
+            build / architecture / "WiaScanDialog.pdb"
         ).read_bytes()
     # The name under which an INF can have it beside the machine's own.
     programs["x86/WiaScanDialog32.dll"] = programs["x86/WiaScanDialog.dll"]

@@ -1,17 +1,15 @@
 # Checks that run no Windows program: of the built library, and of the sources. Included for Windows builds.
 set(checks ${CMAKE_SOURCE_DIR}/cmake/checks)
 
-set(machine_x86_64 x64)
-set(machine_aarch64 arm64)
-set(machine_i686 x86)
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  find_program(LLVM_PDBUTIL llvm-pdbutil-19 REQUIRED)
   add_test(NAME dll_static COMMAND ${Python3_EXECUTABLE} ${checks}/check_dll.py $<TARGET_FILE:WiaScanDialog>
-    --machine ${machine_${CMAKE_SYSTEM_PROCESSOR}} --version ${PROJECT_VERSION}
-    --ids ${CMAKE_SOURCE_DIR}/src/resources/resource_ids.h)
+    --machine ${WSD_ARCHITECTURE} --version ${PROJECT_VERSION}
+    --ids ${CMAKE_SOURCE_DIR}/src/resources/resource_ids.h --pdbutil ${LLVM_PDBUTIL})
 endif()
 
 # The sources are the same for every architecture.
-if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+if(WSD_ARCHITECTURE STREQUAL "x64")
   add_test(NAME layering COMMAND ${Python3_EXECUTABLE} ${checks}/check_layering.py ${CMAKE_SOURCE_DIR})
   add_test(NAME package COMMAND ${Python3_EXECUTABLE} ${CMAKE_SOURCE_DIR}/tests/package_test.py)
   find_program(CLANG_FORMAT clang-format-19 REQUIRED)

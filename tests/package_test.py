@@ -81,7 +81,7 @@ class Package(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
         self.target = self.folder / "WiaScanDialog-1.zip"
         for architecture, contained in CONTAINED.items():
-            for name in (*make_package.PROGRAMS, "WiaScanDialog.dll.debug"):
+            for name in (*make_package.PROGRAMS, "WiaScanDialog.pdb"):
                 self.put(f"build/{architecture}/{name}", program(*contained))
         for path, text in COPYRIGHT_FILES.items():
             self.put(path, text.encode())

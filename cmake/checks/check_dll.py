@@ -2,18 +2,23 @@
 """Checks a built WiaScanDialog.dll without running it.
 
 What a wrong build gets wrong and no test on the developer's machine notices: a second DLL that the target lacks, a
-decorated export, a missing language, a version that was not raised, debug information left inside.
+decorated export, a missing language, a version that was not raised, debug information left inside, symbols that a
+debugger would not find.
 
-  check_dll.py DLL --machine x64|arm64|x86 --version 1.0.0 --ids resource_ids.h
+  check_dll.py DLL --machine x64|arm64|x86 --version 1.0.0 --ids resource_ids.h --pdbutil llvm-pdbutil
 """
 
 import argparse
 import pathlib
 import re
 import struct
+import subprocess
 import sys
+import uuid
 
-MACHINES = {"x64": (0x8664, 0x20B), "arm64": (0xAA64, 0x20B), "x86": (0x14C, 0x10B)}
+from pe_image import ARM64, DEBUG_TABLE, DELAY_IMPORT_TABLE, LOAD_CONFIG, RELOCATION_TABLE, X64, X86, Image
+
+MACHINES = {"x64": (X64, 0x20B), "arm64": (ARM64, 0x20B), "x86": (X86, 0x10B)}
 EXPORTS = {"DllMain", "DllGetClassObject", "DllCanUnloadNow", "DllRegisterServer", "DllUnregisterServer"}
 # Part of every Windows from version 7 on; api-ms-win-crt-* is the C runtime of Windows 10.
 SYSTEM_LIBRARIES = {
@@ -23,8 +28,9 @@ SYSTEM_LIBRARIES = {
 # Characteristics and DllCharacteristics of the headers.
 RELOCATIONS_STRIPPED, IS_DLL = 0x0001, 0x2000
 HIGH_ENTROPY, DYNAMIC_BASE, NO_EXECUTE = 0x0020, 0x0040, 0x0100
-EXPORT_TABLE, IMPORT_TABLE, RESOURCE_TABLE, RELOCATION_TABLE, LOAD_CONFIG, DELAY_IMPORT_TABLE = 0, 1, 2, 5, 10, 13
 SEARCH_SYSTEM_FOLDER = 0x800
+# The kind of debug record that names a PDB.
+CODEVIEW = 2
 CURSOR, MENU, DIALOG, STRING, GROUP_CURSOR, GROUP_ICON, VERSION = 1, 4, 5, 6, 12, 14, 16
 NEUTRAL, ENGLISH = 0x0000, 0x0409
 LANGUAGES = {
@@ -32,94 +38,6 @@ LANGUAGES = {
     0x000E, 0x0010, 0x0011, 0x0012, 0x0413, 0x0414, 0x0015, 0x0416, 0x0816, 0x0418, 0x0419, 0x001A, 0x241A, 0x001B,
     0x041D, 0x001E, 0x041F, 0x0022, 0x0024, 0x0025, 0x0026, 0x0027,
 }
-
-
-class Image:
-    """The parts of a PE file that the checks look at."""
-
-    def __init__(self, data):
-        self.data = data
-        self.header = header = self.number("I", 0x3C)
-        if data[:2] != b"MZ" or data[header : header + 4] != b"PE\0\0":
-            raise ValueError("not a PE file")
-        self.machine, count, _, symbols, symbol_count, optional_size, self.characteristics = struct.unpack_from(
-            "<HHIIIHH", data, header + 4
-        )
-        optional = header + 24
-        self.magic = self.number("H", optional)
-        self.dll_characteristics = self.number("H", optional + 70)
-        directories = optional + (112 if self.magic == 0x20B else 96)
-        self.directories = [
-            struct.unpack_from("<II", data, directories + 8 * index)
-            for index in range(self.number("I", directories - 4))
-        ]
-        self.sections = []
-        for index in range(count):
-            name, size, address, raw_size, raw = struct.unpack_from("<8sIIII", data, optional + optional_size + 40 * index)
-            name = name.rstrip(b"\0").decode("ascii")
-            if name.startswith("/"):  # a long name stands in the string table behind the symbols
-                name = self.text(symbols + 18 * symbol_count + int(name[1:]))
-            self.sections.append((name, address, max(size, raw_size), raw))
-        self.symbol_count = symbol_count
-
-    def number(self, kind, offset):
-        return struct.unpack_from("<" + kind, self.data, offset)[0]
-
-    def text(self, offset):
-        return self.data[offset : self.data.index(b"\0", offset)].decode("ascii")
-
-    def offset(self, address):
-        for _, start, size, raw in self.sections:
-            if start <= address < start + size:
-                return address - start + raw
-        raise ValueError(f"address {address:#x} is in no section")
-
-    def directory(self, index):
-        """The file offset of a data directory, or None."""
-        address, size = self.directories[index] if index < len(self.directories) else (0, 0)
-        return self.offset(address) if size else None
-
-    def exports(self):
-        """Names; one that is forwarded to another library stands with its target."""
-        table = self.directory(EXPORT_TABLE)
-        start, size = self.directories[EXPORT_TABLE]
-        count, functions, names, ordinals = struct.unpack_from("<IIII", self.data, table + 24)
-        found = []
-        for index in range(count):
-            name = self.text(self.offset(self.number("I", self.offset(names) + 4 * index)))
-            ordinal = self.number("H", self.offset(ordinals) + 2 * index)
-            function = self.number("I", self.offset(functions) + 4 * ordinal)
-            forwarded = start <= function < start + size
-            found.append(name + " -> " + self.text(self.offset(function)) if forwarded else name)
-        return found
-
-    def imports(self):
-        table = self.directory(IMPORT_TABLE)
-        found = []
-        while address := self.number("I", table + 12):
-            found.append(self.text(self.offset(address)).lower())
-            table += 20
-        return found
-
-    def resources(self):
-        """(type, name, language) -> bytes; all three are numbers, or a text where somebody used one."""
-        base = self.directory(RESOURCE_TABLE)
-
-        def walk(offset, path):
-            named, numbered = struct.unpack_from("<HH", self.data, base + offset + 12)
-            for index in range(named + numbered):
-                identifier, target = struct.unpack_from("<II", self.data, base + offset + 16 + 8 * index)
-                if identifier & 0x80000000:
-                    text = base + (identifier & 0x7FFFFFFF)
-                    identifier = self.data[text + 2 : text + 2 + 2 * self.number("H", text)].decode("utf-16-le")
-                if target & 0x80000000:
-                    yield from walk(target & 0x7FFFFFFF, path + (identifier,))
-                else:
-                    address, size = struct.unpack_from("<II", self.data, base + target)
-                    start = self.offset(address)
-                    yield path + (identifier,), self.data[start : start + size]
-
-        return dict(walk(0, ()))
 
 
 def strings(resources):
@@ -212,12 +130,67 @@ def check_resources(image, version, ids, wrong):
     return len(tables), len(wanted)
 
 
+def wanted_symbols(image):
+    """The name, the identifier and the age of the PDB that the DLL asks for."""
+    table, size = image.directory(DEBUG_TABLE), image.directories[DEBUG_TABLE][1]
+    for entry in range(table or 0, (table or 0) + size, 28):
+        if image.number("I", entry + 12) == CODEVIEW:
+            data = image.number("I", entry + 24)
+            identifier = uuid.UUID(bytes_le=image.data[data + 4 : data + 20])
+            return image.text(data + 24), str(identifier).upper(), image.number("I", data + 20)
+    return None
+
+
+def check_symbols(image, path, pdbutil, wrong):
+    """Wants every exported function in the PDB, with a line of our source. How many names and lines that has."""
+
+    def dump(option):
+        command = [pdbutil, "dump", option, str(path)]
+        return subprocess.run(command, check=True, capture_output=True, text=True, errors="replace").stdout
+
+    summary = dump("--summary")
+    found = path.name, re.search("GUID: {(.*)}", summary)[1], int(re.search(r"Age: (\d+)", summary)[1])
+    if wanted_symbols(image) != found:
+        wrong(f"asks for the symbols {wanted_symbols(image)}, beside it are {found}")
+
+    # Both tables name the number of a section and an offset in it. A 32-bit __stdcall function is _Name@12 there.
+    names = {
+        re.sub(r"^_(\w+)@\d+$", r"\1", name): (int(section), int(offset))
+        for name, section, offset in re.findall(r"S_PUB32 .*`(.*)`\n.*addr = (\d+):(\d+)", dump("--publics"))
+    }
+    lines, source, section = {}, "", 0
+    for line in dump("-l").splitlines():
+        if match := re.match(r"(\S.*) \(MD5: ", line):
+            source = match[1].replace("\\", "/")
+        elif match := re.match(r"\s+(\d{4}):[0-9A-F]{8}-", line):
+            section = int(match[1])
+        else:
+            for number, offset in re.findall(r"(\d+) ([0-9A-F]{8})", line):
+                lines[section, int(offset, 16)] = source, int(number)
+    for name, address in image.function_addresses().items():
+        place = next(
+            (number, address - start)
+            for number, (_, start, size, _) in enumerate(image.sections, 1)
+            if start <= address < start + size
+        )
+        if names.get(name) != place:
+            wrong(f"{name} is at {place}, in the symbols at {names.get(name)}")
+        elif not lines.get(place, ("", 0))[0].endswith("src/entry/exports.cpp"):
+            wrong(f"the symbols have no line of {name}, but {lines.get(place)}")
+
+    root = str(pathlib.Path(__file__).resolve().parents[2]).encode()
+    if root in image.data or root in path.read_bytes():
+        wrong("the DLL or its symbols tell where it was built")
+    return len(names), len(lines)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("dll", type=pathlib.Path)
     parser.add_argument("--machine", choices=MACHINES, required=True)
     parser.add_argument("--version", required=True)
     parser.add_argument("--ids", type=pathlib.Path, required=True, help="the header with the resource identifiers")
+    parser.add_argument("--pdbutil", required=True, help="the program that reads the symbols")
     arguments = parser.parse_args()
 
     ids = {
@@ -229,13 +202,15 @@ def main():
     check_headers(image, arguments.machine, mistakes.append)
     check_interface(image, mistakes.append)
     languages, texts = check_resources(image, arguments.version, ids, mistakes.append)
+    names, lines = check_symbols(image, arguments.dll.with_suffix(".pdb"), arguments.pdbutil, mistakes.append)
     for mistake in mistakes:
         print(f"{arguments.dll.name}: {mistake}", file=sys.stderr)
     if mistakes:
         return 1
     print(
         f"{arguments.dll.name}: {arguments.machine}, {len(image.data)} bytes, {len(image.exports())} exports, "
-        f"{len(image.imports())} system libraries, {languages} languages of {texts} texts, version {arguments.version}"
+        f"{len(image.imports())} system libraries, {languages} languages of {texts} texts, version {arguments.version}, "
+        f"symbols of {names} names and {lines} lines"
     )
     return 0
 

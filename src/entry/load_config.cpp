@@ -19,11 +19,10 @@ constexpr IMAGE_LOAD_CONFIG_DIRECTORY MakeLoadConfig() {
 
 }  // namespace
 
-// The name is what LLVM's linker looks for; GNU's does not know the structure, and cmake/set_load_config.py finds it by
-// its section.
+// The name is what the linker looks for.
 extern "C" {
 extern const IMAGE_LOAD_CONFIG_DIRECTORY _load_config_used;
-[[gnu::section(".loadcfg")]] alignas(void*) const IMAGE_LOAD_CONFIG_DIRECTORY _load_config_used = MakeLoadConfig();
+alignas(void*) const IMAGE_LOAD_CONFIG_DIRECTORY _load_config_used = MakeLoadConfig();
 }
 
 #endif
