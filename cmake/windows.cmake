@@ -24,8 +24,12 @@ if(NOT MSVC)
     add_compile_options(-fdebug-prefix-map=${WSD_ARM64_TOOLCHAIN}=toolchain)
   endif()
   add_link_options(LINKER:-Xlink=-pdbsourcepath:${symbols_root} LINKER:--no-insert-timestamp)
+  # Hardening: stack guard, checked indirect calls, and what the loader needs for them.
+  add_compile_options(-fstack-protector-strong -mguard=cf)
+  add_link_options(-mguard=cf LINKER:--dynamicbase LINKER:--nxcompat)
+
   add_compile_options(-ffunction-sections -fdata-sections)
-  add_link_options(-static LINKER:--gc-sections LINKER:--dynamicbase LINKER:--nxcompat)
+  add_link_options(-static LINKER:--gc-sections)
   if(CMAKE_SIZEOF_VOID_P EQUAL 8)
     add_link_options(LINKER:--high-entropy-va)
   else()
@@ -37,25 +41,29 @@ if(NOT MSVC)
     add_compile_options(-fsanitize=undefined -fsanitize-undefined-trap-on-error -D_GLIBCXX_ASSERTIONS)
   endif()
   string(APPEND CMAKE_RC_FLAGS " -c 65001")
+
+  add_library(wsd_load_config STATIC src/platform/load_config.cpp)
+  link_libraries(wsd_load_config)
 endif()
 
 # Everything but the exports: the library and the tests are made of it.
 file(GLOB WSD_CORE_SOURCES CONFIGURE_DEPENDS src/*/*.cpp)
-list(FILTER WSD_CORE_SOURCES EXCLUDE REGEX "src/entry/(exports|load_config)\\.cpp$")
+list(FILTER WSD_CORE_SOURCES EXCLUDE REGEX "src/(entry/exports|platform/load_config)\\.cpp$")
 add_library(wsd_core STATIC ${WSD_CORE_SOURCES})
 target_include_directories(wsd_core PUBLIC src)
 target_link_libraries(wsd_core PUBLIC
   advapi32 comctl32 gdi32 gdiplus ole32 oleaut32 setupapi shell32 shlwapi user32 uuid)
 
-add_library(WiaScanDialog SHARED src/entry/exports.cpp src/entry/load_config.cpp res/wia_scan_dialog.rc)
+add_library(WiaScanDialog SHARED src/entry/exports.cpp res/wia_scan_dialog.rc)
 set_target_properties(WiaScanDialog PROPERTIES PREFIX "")
 target_link_libraries(WiaScanDialog PRIVATE wsd_core)
+# The libraries that this one imports come from the system's folder. Otherwise the loader looks into the application's
+# folder first, where, unlike into the system's, others may be able to write. The value is LoadLibraryEx's
+# LOAD_LIBRARY_SEARCH_SYSTEM32; Windows heeds it from version 10 1607 on.
 if(MSVC)
   target_link_options(WiaScanDialog PRIVATE /DEPENDENTLOADFLAG:0x800)
 else()
-  # Nothing refers to the load configuration; a 32-bit symbol has one underscore more.
-  set(underscore $<$<EQUAL:${CMAKE_SIZEOF_VOID_P},4>:_>)
-  target_link_options(WiaScanDialog PRIVATE LINKER:-u,${underscore}_load_config_used)
+  target_link_options(WiaScanDialog PRIVATE LINKER:-Xlink=-dependentloadflag:0x800)
 endif()
 # A relative path, because the linker writes its command line into the symbols.
 set(exports src/entry/WiaScanDialog.def)

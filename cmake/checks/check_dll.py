@@ -2,8 +2,8 @@
 """Checks a built WiaScanDialog.dll without running it.
 
 What a wrong build gets wrong and no test on the developer's machine notices: a second DLL that the target lacks, a
-decorated export, a missing language, a version that was not raised, debug information left inside, symbols that a
-debugger would not find.
+decorated export, a missing language, a version that was not raised, debug information left inside, hardening that is
+claimed and not there, symbols that a debugger would not find.
 
   check_dll.py DLL --machine x64|arm64|x86 --version 1.0.0 --ids resource_ids.h --pdbutil llvm-pdbutil
 """
@@ -27,8 +27,13 @@ SYSTEM_LIBRARIES = {
 }
 # Characteristics and DllCharacteristics of the headers.
 RELOCATIONS_STRIPPED, IS_DLL = 0x0001, 0x2000
-HIGH_ENTROPY, DYNAMIC_BASE, NO_EXECUTE = 0x0020, 0x0040, 0x0100
+HIGH_ENTROPY, DYNAMIC_BASE, NO_EXECUTE, GUARD_CALLS = 0x0020, 0x0040, 0x0100, 0x4000
 SEARCH_SYSTEM_FOLDER = 0x800
+# Of the load configuration: offsets of its fields in 64-bit and in 32-bit modules, and flags of control flow guard.
+LOAD_FLAGS = {0x20B: 0x4E, 0x10B: 0x36}
+SECURITY_COOKIE = {0x20B: 0x58, 0x10B: 0x3C}
+GUARD_FIELDS = {0x20B: 0x70, 0x10B: 0x48}
+GUARD_INSTRUMENTED, GUARD_TABLE_PRESENT = 0x100, 0x400
 # The kind of debug record that names a PDB.
 CODEVIEW = 2
 CURSOR, MENU, DIALOG, STRING, GROUP_CURSOR, GROUP_ICON, VERSION = 1, 4, 5, 6, 12, 14, 16
@@ -67,15 +72,51 @@ def check_headers(image, machine, wrong):
         wrong(f"flags {image.dll_characteristics:#06x} lack some of {flags:#06x}")
     if image.characteristics & RELOCATIONS_STRIPPED or image.directory(RELOCATION_TABLE) is None:
         wrong("no relocations: can't be loaded at a random address")
-    config = image.directory(LOAD_CONFIG)
-    flags_offset = 0x4E if magic == 0x20B else 0x36
-    if config is None or image.number("H", config + flags_offset) != SEARCH_SYSTEM_FOLDER:
-        wrong("imported libraries are looked for outside of the system's folder")
     if image.number("I", image.header + 8) != 0:
         wrong("the time of the build is inside: two builds differ")
     debug = [name for name, *_ in image.sections if name.startswith((".debug", ".zdebug", ".stab"))]
     if debug or image.symbol_count:
         wrong(f"debug information left inside: {debug}, {image.symbol_count} symbols")
+
+
+def check_load_config(image, wrong):
+    """How many places use the stack guard, and how many indirect calls are checked."""
+    config = image.directory(LOAD_CONFIG)
+    if config is None:
+        wrong("no load configuration")
+        return 0, 0
+
+    def pointers(offset, count):
+        return struct.unpack_from(f"<{count}{image.pointer}", image.data, config + offset[image.magic])
+
+    if image.number("H", config + LOAD_FLAGS[image.magic]) != SEARCH_SYSTEM_FOLDER:
+        wrong("imported libraries are looked for outside of the system's folder")
+
+    # Code reaches the cookie directly or by way of a pointer to it.
+    cookie = pointers(SECURITY_COOKIE, 1)[0]
+    packed = struct.pack("<" + image.pointer, cookie)
+    start, constants = image.section(".rdata")
+    found = {start + match.start() for match in re.finditer(re.escape(packed), constants)}
+    guarded = image.references(found | {cookie - image.base})
+    if not cookie or not guarded:
+        wrong("no function has a stack guard")
+
+    check, dispatch, table, count, flags = pointers(GUARD_FIELDS, 5)
+    flags &= 0xFFFFFFFF  # the next field follows in the same 64 bits
+    calls = image.references({address - image.base for address in (check, dispatch) if address})
+    if not image.dll_characteristics & GUARD_CALLS or not flags & GUARD_INSTRUMENTED or not calls:
+        wrong(f"indirect calls are not checked: flags {flags:#x}, {calls} checks")
+    if not flags & GUARD_TABLE_PRESENT or not count:
+        wrong("no table of the functions that may be called indirectly")
+        return guarded, calls
+    stride, first = 4 + (flags >> 28), image.offset(table - image.base)
+    functions = [image.number("I", first + stride * index) for index in range(count)]
+    text, code = image.section(".text")
+    if functions != sorted(set(functions)) or not all(text <= function < text + len(code) for function in functions):
+        wrong("the table of the functions that may be called indirectly is not in order")
+    if missing := [name for name, address in image.function_addresses().items() if address not in functions]:
+        wrong(f"a guarded process may not call {missing}")
+    return guarded, calls
 
 
 def check_interface(image, wrong):
@@ -200,6 +241,7 @@ def main():
     mistakes = []
     image = Image(arguments.dll.read_bytes())
     check_headers(image, arguments.machine, mistakes.append)
+    guarded, calls = check_load_config(image, mistakes.append)
     check_interface(image, mistakes.append)
     languages, texts = check_resources(image, arguments.version, ids, mistakes.append)
     names, lines = check_symbols(image, arguments.dll.with_suffix(".pdb"), arguments.pdbutil, mistakes.append)
@@ -210,7 +252,7 @@ def main():
     print(
         f"{arguments.dll.name}: {arguments.machine}, {len(image.data)} bytes, {len(image.exports())} exports, "
         f"{len(image.imports())} system libraries, {languages} languages of {texts} texts, version {arguments.version}, "
-        f"symbols of {names} names and {lines} lines"
+        f"{guarded} uses of the stack guard, {calls} checks of indirect calls, symbols of {names} names and {lines} lines"
     )
     return 0
 

@@ -20,6 +20,8 @@ class Image:
         optional = header + 24
         self.magic = self.number("H", optional)
         self.dll_characteristics = self.number("H", optional + 70)
+        self.pointer = "Q" if self.magic == 0x20B else "I"
+        self.base = self.number(self.pointer, optional + (24 if self.magic == 0x20B else 28))
         directories = optional + (112 if self.magic == 0x20B else 96)
         self.directories = [
             struct.unpack_from("<II", data, directories + 8 * index)
@@ -50,6 +52,36 @@ class Image:
         """The file offset of a data directory, or None."""
         address, size = self.directories[index] if index < len(self.directories) else (0, 0)
         return self.offset(address) if size else None
+
+    def section(self, wanted):
+        """The address of a section and its bytes."""
+        for name, address, size, raw in self.sections:
+            if name == wanted:
+                return address, self.data[raw : raw + size]
+        raise ValueError(f"there is no section {wanted}")
+
+    def references(self, targets):
+        """How many instructions use data at one of these addresses, which are relative to the module."""
+        start, code = self.section(".text")
+        if self.machine != ARM64:
+            # The address is the instruction's last part: on x64 relative to the instruction that follows, on x86 absolute.
+            wide = self.machine == X64
+            origins = (start + offset + 4 if wide else -self.base for offset in range(len(code) - 3))
+            words = (struct.unpack_from("<i" if wide else "<I", code, offset)[0] for offset in range(len(code) - 3))
+            return sum(word + origin in targets for word, origin in zip(words, origins))
+        # A page of addresses goes to a register, and soon after an instruction adds the rest.
+        count, pages = 0, {}
+        for offset in range(0, len(code) - 3, 4):
+            instruction = struct.unpack_from("<I", code, offset)[0]
+            if instruction & 0x9F000000 == 0x90000000:  # ADRP
+                distance = (instruction >> 5 & 0x7FFFF) << 2 | instruction >> 29 & 3
+                distance -= (distance & 0x100000) << 1
+                pages[instruction & 31] = ((start + offset) >> 12) + distance << 12
+            elif instruction & 0xFFC00000 in (0xF9400000, 0x91000000):  # LDR of 64 bits, ADD
+                scale = 8 if instruction & 0xFFC00000 == 0xF9400000 else 1
+                page = pages.get(instruction >> 5 & 31, -(1 << 40))
+                count += page + (instruction >> 10 & 0xFFF) * scale in targets
+        return count
 
     def function_addresses(self):
         """Name -> address relative to the module, of what is exported."""
