@@ -6,12 +6,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 
-#include "bench/bench_dialog.h"
-#include "bench/measure.h"
+#include "bench/bench.h"
 #include "platform/scoped.h"
 #include "simulator/simulated_scanner.h"
 
@@ -43,7 +42,7 @@ struct Transfer {
   double memoryLate = 0.0;
 };
 
-double PrivateBytes() {
+double MemoryInUse() {
   PROCESS_MEMORY_COUNTERS counters = {};
   GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
   return static_cast<double>(counters.WorkingSetSize);
@@ -66,7 +65,7 @@ Transfer TimePages(simulator::SimulatedScanner& scanner, int count, const std::w
     if (point.stage == simulator::TransferPoint::Stage::pageDone) {
       transfer.pages.push_back(static_cast<double>(now.QuadPart - last.QuadPart) /
                                static_cast<double>(frequency.QuadPart));
-      (point.page < count / 10 ? transfer.memoryEarly : transfer.memoryLate) = PrivateBytes();
+      (point.page < count / 10 ? transfer.memoryEarly : transfer.memoryLate) = MemoryInUse();
       QueryPerformanceCounter(&last);
     } else if (point.stage == simulator::TransferPoint::Stage::start) {
       last = now;
@@ -78,23 +77,22 @@ Transfer TimePages(simulator::SimulatedScanner& scanner, int count, const std::w
   return transfer;
 }
 
-// Each page's shortest time of all rounds: a stack is too long for every page to be left alone by the machine.
-void KeepShortest(std::vector<double>& shortest, const std::vector<double>& times) {
-  shortest.resize(times.size(), 1e9);
-  std::transform(times.begin(), times.end(), shortest.begin(), shortest.begin(),
-                 [](double a, double b) { return std::min(a, b); });
-}
-
-std::vector<double> AgainstFirst(const std::vector<double>& times) {
-  return {times.empty() ? INFINITY : *std::max_element(times.begin(), times.end()) / times.front()};
+// The dearest page against the first, each with its shortest time of all rounds: a stack is too long for every page to
+// be left alone by the machine.
+double Dearest(const std::vector<std::vector<double>>& rounds) {
+  std::vector<double> shortest = rounds.front();
+  for (const std::vector<double>& pages : rounds) {
+    std::transform(pages.begin(), pages.end(), shortest.begin(), shortest.begin(),
+                   [](double a, double b) { return std::min(a, b); });
+  }
+  return *std::max_element(shortest.begin(), shortest.end()) / shortest.front();
 }
 
 void MeasureStack(BenchDialog& d, simulator::SimulatedScanner& scanner, IWiaTransfer* plainTransfer, int count,
                   int rounds, const std::wstring& folder) {
   std::vector<double> ratios;
-  std::vector<double> ours;
-  std::vector<double> plain;
   std::vector<double> memory;
+  std::vector<std::vector<double>> times;
   for (int i = 0; i < rounds; ++i) {
     Transfer sides[2];
     for (const bool isOurs : {i % 2 == 0, i % 2 != 0}) {
@@ -106,22 +104,18 @@ void MeasureStack(BenchDialog& d, simulator::SimulatedScanner& scanner, IWiaTran
           plainTransfer->Download(0, &callback);
         }
       });
+      sides[isOurs].pages.resize(static_cast<std::size_t>(count), INFINITY);  // what is missing spoils the figure
     }
-    if (count == 1 && !sides[0].pages.empty() && !sides[1].pages.empty()) {
-      ratios.push_back(sides[true].pages[0] / sides[false].pages[0]);
-    }
-    KeepShortest(ours, sides[true].pages);
-    KeepShortest(plain, sides[false].pages);
-    memory.push_back(sides[true].memoryLate / std::max(sides[true].memoryEarly, 1.0));
-  }
-  for (std::size_t page = 0; count > 1 && page < std::min(ours.size(), plain.size()); ++page) {
-    ratios.push_back(ours[page] / plain[page]);
+    const std::vector<double>& plain = sides[false].pages;
+    times.push_back(sides[true].pages);
+    std::transform(times.back().begin(), times.back().end(), plain.begin(), std::back_inserter(ratios),
+                   std::divides<>());
+    memory.push_back(sides[true].memoryLate / sides[true].memoryEarly);
   }
   const std::string figure = "final scan of " + std::to_string(count) + (count == 1 ? " page" : " pages");
   PrintFigure(figure + ": a page", "the same page into a plain file", ratios, 1.02);
   if (count > 1) {
-    PrintFigure(figure + ": the dearest page", "the first page", AgainstFirst(ours), 2.0);
-    PrintFigure("  the same, into plain files", "the first page", AgainstFirst(plain), kNoTarget);
+    PrintFigure(figure + ": the dearest page", "the first page", {Dearest(times)}, 2.0);
     PrintFigure(figure + ": memory at the end", "memory after a tenth", memory, 1.02);
   }
 }

@@ -1,141 +1,129 @@
-// Turning and cutting a page's file against other programs that do the same, and the memory that it takes.
+// Turning and cutting a page's file against what the platform's codec alone takes for its pixels, and the memory.
 #include <windows.h>
 
 #include <psapi.h>
 
 #include <cmath>
-#include <cstdio>
-#include <filesystem>
-#include <sstream>
+#include <memory>
 
-#include "bench/bench_dialog.h"
-#include "bench/measure.h"
-#include "platform/scoped.h"
+#include "bench/bench.h"
+#include "core/page_edit.h"
+#include "platform/gdiplus_owners.h"
+#include "platform/wic.h"
 #include "scanning/image_file.h"
+#include "scanning/new_file.h"
 #include "simulator/gdiplus_session.h"
+
+namespace gdip = Gdiplus::DllExports;
 
 namespace bench {
 namespace {
 
-constexpr int kMarginMm = 10;  // cut off all round
-constexpr double kMillimetresPerInch = 25.4;
+constexpr int kMarginMm = 10;
 
-// A quarter turn to the right, and the cut out of the turned page.
-ImageEditParams Edit(const Page& page) {
+// A quarter turn to the right, and the margins cut off the turned page.
+ImageEditParams EditWithMargins(const Page& page) {
   ImageEditParams params;
-  params.rotationType = 2;
+  params.rotationType = page::RotationTypeOf(page::Turn::Right);
   params.hasFrame = 1;
-  params.left = kMarginMm;
-  params.top = kMarginMm;
+  params.left = params.top = kMarginMm;
   params.right = page.heightMm - kMarginMm;
   params.bottom = page.widthMm - kMarginMm;
   return params;
 }
 
-// "WIDTHxHEIGHT+X+Y" of that cut.
-std::string Geometry(const Page& page) {
-  const auto pixels = [&](int millimetres) {
-    return std::to_string(static_cast<int>(millimetres * page.dpi / kMillimetresPerInch));
+// Decodes the part of the page that the edit takes, and encodes it as it is.
+bool CodecAlone(const Page& page, const ImageEditParams& params, const std::wstring& target) {
+  const platform::ImageFrame image = platform::OpenImage(page.file.c_str());
+  UINT width = 0;
+  UINT height = 0;
+  WICPixelFormatGUID format = {};
+  CLSID encoder = {};
+  if (image.pixels == nullptr || FAILED(image.pixels->GetSize(&width, &height)) ||
+      FAILED(image.pixels->GetPixelFormat(&format)) || format != GUID_WICPixelFormat24bppBGR ||
+      scanning::GetEncoderClsid(L"image/jpeg", &encoder) < 0) {
+    return false;
+  }
+  const page::CutRectangle cut =
+      page::CutOfFrame(page.dpi, page.dpi, {params.left, params.top, params.right, params.bottom}).value();
+  const page::CutRectangle part =
+      page::BeforeTurn(cut, page::Turn::Right, static_cast<int>(width), static_cast<int>(height));
+  const int stride = (part.width * 3 + 3) / 4 * 4;
+  const UINT size = static_cast<UINT>(stride) * static_cast<UINT>(part.height);
+  const auto pixels = std::make_unique_for_overwrite<BYTE[]>(size);
+  const WICRect rectangle = {part.x, part.y, part.width, part.height};
+  Gdiplus::GpBitmap* bitmap = nullptr;
+  if (FAILED(image.pixels->CopyPixels(&rectangle, static_cast<UINT>(stride), size, pixels.get())) ||
+      gdip::GdipCreateBitmapFromScan0(part.width, part.height, stride, PixelFormat24bppRGB, pixels.get(), &bitmap) !=
+          Gdiplus::Ok) {
+    return false;
+  }
+  const platform::GdipImage picture(bitmap);
+  scanning::NewFile file;
+  return SUCCEEDED(scanning::CreateNewFile(target.c_str(), 1, &file)) &&
+         gdip::GdipSaveImageToStream(bitmap, file.stream.Get(), &encoder, nullptr) == Gdiplus::Ok;
+}
+
+void CompareWithCodec(const Page& page, const std::wstring& folder) {
+  std::wstring copy = folder + L"\\turned.jpg";
+  const std::wstring encoded = folder + L"\\encoded.jpg";
+  const ImageEditParams params = EditWithMargins(page);
+  const auto renew = [&] {
+    DeleteFileW(encoded.c_str());
+    copy.resize(MAX_PATH);
+    CopyFileW(page.file.c_str(), copy.c_str(), FALSE);
   };
-  return pixels(page.heightMm - 2 * kMarginMm) + "x" + pixels(page.widthMm - 2 * kMarginMm) + "+" + pixels(kMarginMm) +
-         "+" + pixels(kMarginMm);
-}
-
-std::string Narrow(const std::wstring& text) { return std::filesystem::path(text).filename().string(); }
-
-// This runtime's programs cannot wait for the host's: scripts/bench runs the command in the bench's folder, and
-// answers.
-void OnHost(const std::string& command) {
-  std::printf("run: %s\n", command.c_str());
-  std::fflush(stdout);
-  char answer[16] = {};
-  if (std::fgets(answer, sizeof answer, stdin) == nullptr || std::string(answer).substr(0, 4) != "done") {
-    std::fprintf(stderr, "failed: %s\n", command.c_str());
-    std::exit(1);
-  }
-}
-
-void CompareWith(const Page& page, const std::string& program, const std::string& command, const std::string& start,
-                 const std::wstring& folder, double target) {
-  const std::wstring copy = folder + L"\\turned.jpg";
-  const ImageEditParams params = Edit(page);
-  const auto renew = [&] { CopyFileW(page.file.c_str(), copy.c_str(), FALSE); };
-  BOOL succeeded = TRUE;
+  bool succeeded = true;
+  std::vector<double> milliseconds;
   renew();
-  std::vector<double> ratios;
-  std::vector<double> withStart;
-  const int rounds = page.dpi < 300 ? 9 : page.dpi == 300 ? 7 : 5;
-  for (int i = 0; i < rounds; ++i) {
-    // What the other program needs to start is not counted against it.
-    const double starting = Seconds([&] { OnHost(start); });
-    const Pair pair = Interleave(
-        1, [&] { succeeded = scanning::processImageFile(copy.c_str(), params) && succeeded; }, [&] { OnHost(command); },
-        renew)[0];
-    ratios.push_back(pair.ours / std::max(pair.other - starting, 1e-6));
-    withStart.push_back(pair.ours / pair.other);
-  }
+  std::vector<double> ratios = Compare(
+      page.dpi < 300    ? 21
+      : page.dpi == 300 ? 15
+                        : 7,
+      [&](int) {
+        const double seconds = Seconds([&] { succeeded &= scanning::processImageFile(copy.data(), params) != FALSE; });
+        milliseconds.push_back(1000 * seconds);
+        return seconds;
+      },
+      Whole([&] { succeeded &= CodecAlone(page, params, encoded); }), renew);
+  DeleteFileW(encoded.c_str());
   if (!succeeded) {
     ratios.clear();
-    withStart.clear();
   }
-  PrintFigure("turn and cut, " + page.name, program, ratios, target);
-  if (page.dpi <= 75 && target != kNoTarget) {
-    PrintFigure("turn and cut, " + page.name, "the same, its start counted", withStart, kNoTarget);
-  }
-}
-
-double PeakRatio(const Page& page, const std::wstring& folder) {
-  const std::wstring copy = folder + L"\\peak.jpg";
-  CopyFileW(page.file.c_str(), copy.c_str(), FALSE);
-  wchar_t program[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, program, MAX_PATH);
-  std::wstring command = L"\"" + std::wstring(program) + L"\" --peak \"" + copy + L"\"";
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION process = {};
-  if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
-    return INFINITY;
-  }
-  const platform::Unique<HANDLE, &CloseHandle> handle(process.hProcess);
-  const platform::Unique<HANDLE, &CloseHandle> thread(process.hThread);
-  DWORD pages = 0;
-  WaitForSingleObject(handle.get(), INFINITE);
-  GetExitCodeProcess(handle.get(), &pages);
-  const double pixels = page.widthMm * page.dpi / kMillimetresPerInch * page.heightMm * page.dpi / kMillimetresPerInch;
-  return pages == 0 ? INFINITY : pages * 4096.0 / (pixels * 3);
+  PrintFigure("turn and cut, " + page.name, "the codec alone, the same pixels", ratios, 1.15);
+  PrintFigure("turn and cut, " + page.name, "one millisecond", milliseconds, kNoTarget);
 }
 
 }  // namespace
 
-int PeakOfProcessing(const std::wstring& file) {
-  const simulator::GdiplusSession gdiplus;
-  PROCESS_MEMORY_COUNTERS before = {};
-  PROCESS_MEMORY_COUNTERS after = {};
-  GetProcessMemoryInfo(GetCurrentProcess(), &before, sizeof before);
-  Page page;
-  page.widthMm = page.heightMm = 200;
-  if (!scanning::processImageFile(file.c_str(), Edit(page))) {
-    return 0;
-  }
-  GetProcessMemoryInfo(GetCurrentProcess(), &after, sizeof after);
-  return static_cast<int>((after.PeakWorkingSetSize - before.WorkingSetSize) / 4096);
-}
-
 void MeasureFiles(std::span<const Page> pages, const std::wstring& folder) {
   const simulator::GdiplusSession gdiplus;
   for (const Page& page : pages) {
-    std::ostringstream magick;
-    std::ostringstream jpegtran;
-    magick << "convert-im6 '" << Narrow(page.file) << "' -rotate 90 -crop " << Geometry(page) << " +repage other.jpg";
-    jpegtran << "jpegtran -rotate 90 -crop " << Geometry(page) << " -outfile other.jpg '" << Narrow(page.file) << "'";
-    CompareWith(page, "ImageMagick, rotate and crop", magick.str(), "convert-im6 xc: null:", folder, 0.9);
-    CompareWith(page, "jpegtran, lossless rotate and crop", jpegtran.str(), "jpegtran -version", folder, kNoTarget);
+    CompareWithCodec(page, folder);
   }
-  for (const Page& page : pages) {
-    if (page.dpi >= 300) {
-      PrintFigure("peak memory of turn and cut, " + page.name, "the decoded image", {PeakRatio(page, folder)}, 2.5);
-    }
-  }
+}
+
+void MeasurePeak(const Page& page, const std::wstring& edit, const std::wstring& folder) {
+  const simulator::GdiplusSession gdiplus;
+  std::wstring copy = folder + L"\\peak.jpg";
+  CopyFileW(page.file.c_str(), copy.c_str(), FALSE);
+  copy.resize(MAX_PATH);
+  ImageEditParams params = EditWithMargins(page);
+  params.hasFrame = edit == L"turned" ? 0 : 1;
+  params.right = edit == L"half" ? page.heightMm / 2.0 : params.right;
+  PROCESS_MEMORY_COUNTERS before = {};
+  PROCESS_MEMORY_COUNTERS after = {};
+  GetProcessMemoryInfo(GetCurrentProcess(), &before, sizeof before);
+  const BOOL succeeded = scanning::processImageFile(copy.data(), params);
+  GetProcessMemoryInfo(GetCurrentProcess(), &after, sizeof after);
+  const double pixels = page.widthMm * page.dpi / kMillimetresPerInch * page.heightMm * page.dpi / kMillimetresPerInch;
+  const auto bytes = static_cast<double>(after.PeakWorkingSetSize - before.WorkingSetSize);
+  PrintFigure("peak memory, " + page.name +
+                  (params.hasFrame == 0 ? ": turned"
+                   : edit == L"half"    ? ": half cut"
+                                        : ": cut"),
+              "the decoded page, 3 bytes a pixel", {succeeded ? bytes / (pixels * 3) : INFINITY},
+              params.hasFrame == 0 ? kNoTarget : 1.7);
 }
 
 }  // namespace bench

@@ -1,6 +1,4 @@
-#include "bench/pages.h"
-
-#include <windows.h>
+#include "bench/bench.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <vector>
 
 #include "simulator/jpeg_encoding.h"
 #include "simulator/page_renderer.h"
@@ -20,8 +17,8 @@ namespace {
 // little of its own in each.
 std::vector<BYTE> NoisePage(const Page& page) {
   simulator::Pixels pixels;
-  pixels.width = static_cast<UINT>(std::lround(page.widthMm * page.dpi / 25.4));
-  pixels.height = static_cast<UINT>(std::lround(page.heightMm * page.dpi / 25.4));
+  pixels.width = static_cast<UINT>(std::lround(page.widthMm * page.dpi / kMillimetresPerInch));
+  pixels.height = static_cast<UINT>(std::lround(page.heightMm * page.dpi / kMillimetresPerInch));
   pixels.stride = (pixels.width * 3 + 3) / 4 * 4;
   pixels.bytes.resize(std::size_t{pixels.stride} * pixels.height);
   std::vector<int> wave(pixels.width);
@@ -47,10 +44,7 @@ std::vector<BYTE> NoisePage(const Page& page) {
 
 std::vector<BYTE> EasyPage(const Page& page) {
   simulator::PageSettings settings;
-  settings.widthMm = page.widthMm;
-  settings.heightMm = page.heightMm;
-  settings.dpiX = page.dpi;
-  settings.dpiY = page.dpi;
+  settings.dpiX = settings.dpiY = page.dpi;  // A4
   const simulator::EncodedPage encoded = simulator::RenderPage(settings);
   return encoded != nullptr ? *encoded : std::vector<BYTE>();
 }
@@ -63,27 +57,23 @@ std::vector<Page> MakePages(const std::wstring& folder) {
     int widthMm;
     int heightMm;
     int dpi;
-  } sizes[] = {{"A4 75 dpi", 210, 297, 75},
-               {"A4 200 dpi", 210, 297, 200},
-               {"A4 300 dpi", 210, 297, 300},
-               {"A4 600 dpi", 210, 297, 600},
-               {"A3 600 dpi", 297, 420, 600}};
+    bool noise;
+  } kinds[] = {{"A4 75 dpi, noise", 210, 297, 75, true},   {"A4 200 dpi, noise", 210, 297, 200, true},
+               {"A4 300 dpi, noise", 210, 297, 300, true}, {"A4 300 dpi, easy", 210, 297, 300, false},
+               {"A4 600 dpi, noise", 210, 297, 600, true}, {"A3 600 dpi, noise", 297, 420, 600, true}};
   std::vector<Page> pages;
-  for (const auto& size : sizes) {
-    for (const bool noise : {false, true}) {
-      const std::string name = std::string(size.name) + (noise ? ", noise" : ", easy");
-      const std::filesystem::path file = std::filesystem::path(folder) / (name + ".jpg");
-      const Page page{name, file.wstring(), size.widthMm, size.heightMm, size.dpi, noise};
-      if (!std::filesystem::exists(file)) {
-        const std::vector<BYTE> bytes = noise ? NoisePage(page) : EasyPage(page);
-        std::ofstream(file, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        if (bytes.empty()) {
-          throw std::runtime_error("the page can't be made: " + name);
-        }
+  for (const auto& kind : kinds) {
+    const std::filesystem::path file = std::filesystem::path(folder) / (std::string(kind.name) + ".jpg");
+    const Page page{kind.name, file.wstring(), kind.widthMm, kind.heightMm, kind.dpi};
+    if (!std::filesystem::exists(file)) {
+      const std::vector<BYTE> bytes = kind.noise ? NoisePage(page) : EasyPage(page);
+      std::ofstream(file, std::ios::binary)
+          .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+      if (bytes.empty()) {
+        throw std::runtime_error("the page can't be made: " + page.name);
       }
-      pages.push_back(page);
     }
+    pages.push_back(page);
   }
   return pages;
 }
