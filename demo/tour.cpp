@@ -151,7 +151,7 @@ bool Tour::ZoomIn() {
   for (int clicks = 0; ZoomPercent() < before * 2 || Fits(IDC_HORIZONTAL_SCROLL) || Fits(IDC_VERTICAL_SCROLL);
        ++clicks) {
     const int percent = ZoomPercent();
-    ClickAt(clicks % 2 == 0 ? PanePoint(0.5, 0.4) : PanePoint(0.4, 0.5));
+    ClickAt(clicks % 2 == 0 ? PanePoint(0.3, 0.3) : PanePoint(0.2, 0.35));
     if (!Wait([&] { return ZoomPercent() > percent; })) {
       return false;
     }
@@ -171,14 +171,22 @@ bool Tour::PanPage() {
   const HWND bar = Control(IDC_VERTICAL_SCROLL);
   const int before = GetScrollPos(bar, SB_CTL);
   Click(IDC_TOOL_PAN);
-  DragInPane(0.5, 0.7, 0.4, 0.4);
-  return Wait([&] { return GetScrollPos(bar, SB_CTL) > before; });
+  // Down the page, or back where the zoom has left its end in view.
+  if (before == 0) {
+    DragInPane(0.5, 0.7, 0.4, 0.4);
+  } else {
+    DragInPane(0.4, 0.4, 0.5, 0.7);
+  }
+  return Wait([&] { return GetScrollPos(bar, SB_CTL) != before; });
 }
 
 bool Tour::ZoomByKeyboard() {
   constexpr int kWhole = 2;  // the position of 100%
   const auto selected = static_cast<int>(SendMessageW(Control(IDC_ZOOM_LIST), CB_GETCURSEL, 0, 0));
-  Click(IDC_ZOOM_LIST);  // opens the list
+  Click(IDC_ZOOM_LIST);
+  if (!Wait([this] { return SendMessageW(Control(IDC_ZOOM_LIST), CB_GETDROPPEDSTATE, 0, 0) != FALSE; })) {
+    return false;
+  }
   for (int i = selected; i > kWhole; --i) {
     PressKey(VK_UP);
   }
