@@ -211,7 +211,7 @@ TEST(BaseDialogTemplate, ControlsAsDesigned) {
     for (HWND child = GetWindow(shown.m_hDlg, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
       ++count;
     }
-    EXPECT_EQ(count, 48) << "47 controls and the status bar";
+    EXPECT_EQ(count, 49) << "47 controls, the zoom list's label and the status bar";
     for (const int hidden : {1045, 1062, 109, 1006, 1019, 1011, 1074, 1012, 1024, 1073}) {
       EXPECT_FALSE(IsWindowVisible(shown.Control(hidden))) << hidden;
       EXPECT_FALSE(shown.Enabled(hidden)) << hidden;

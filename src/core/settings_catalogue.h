@@ -130,4 +130,16 @@ inline constexpr std::array<Label, 18> kLabels = {{
     {2, IDS_CLOSE},  // IDCANCEL
 }};
 
+// Window texts that no control draws: what assistive technology calls the controls that show a picture.
+inline constexpr std::array<Label, 8> kSpokenNames = {{
+    {IDC_TOOL_SELECT, IDS_SELECT_AREA},
+    {IDC_TOOL_ZOOM, IDS_ZOOM},
+    {IDC_TOOL_ROTATE, IDS_ROTATE},
+    {IDC_TOOL_PAN, IDS_MOVE},
+    {IDC_PREVIEW_PANE, IDS_PREVIEW},
+    {IDC_HORIZONTAL_SCROLL, IDS_PREVIEW},
+    {IDC_VERTICAL_SCROLL, IDS_PREVIEW},
+    {IDC_BRIGHTNESS, IDS_BRIGHTNESS},
+}};
+
 }  // namespace settings

@@ -88,5 +88,6 @@ void SCAN_DIALOG::SetZoomDirection(HWND hDlg, int command) {
   m_bZoomIn = command == IDM_ZOOM_IN ? 1 : 0;
   const HICON picture = LoadDialogIcon(m_bZoomIn != 0 ? IDI_ZOOM_IN : IDI_ZOOM_OUT, kToolIconSize);
   SendDlgItemMessageW(hDlg, IDC_TOOL_ZOOM, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(picture));
+  UpdateZoomTip();
   UpdateWindow(hDlg);
 }

@@ -32,7 +32,8 @@
 // Made at run time, not part of the template.
 #define IDC_STATUS_BAR 3006
 
-// Labels, group boxes and frames, which only the label table and the template name.
+// Labels, group boxes and frames.
+#define IDC_SETTINGS_FRAME 101
 #define IDC_ORIGINAL_SETTINGS_GROUP 102
 #define IDC_ORIGINAL_SIZE_LABEL 103
 #define IDC_PLACEMENT_LABEL 104
@@ -45,6 +46,7 @@
 #define IDC_SCAN_COLOR_LABEL 111
 #define IDC_RESOLUTION_LABEL 112
 #define IDC_IMAGE_CONTROL_GROUP 113
+#define IDC_PREVIEW_FRAME 116
 
 // Context menus of the tool buttons, and their commands.
 #define IDM_ZOOM_MENU 1500

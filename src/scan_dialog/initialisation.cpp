@@ -81,6 +81,8 @@ INT_PTR SCAN_DIALOG::OnInitDialog(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*
   m_nScrollY = 0;
   LoadPaneCursors();
   SetToolIcons();
+  SetSpokenNames();
+  CreateToolTips();
   FillZoomList();
   DisableControl(hDlg, IDC_TOOL_SELECT);
   DisableControl(hDlg, IDC_TOOL_ZOOM);

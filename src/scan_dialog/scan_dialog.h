@@ -102,6 +102,11 @@ class SCAN_DIALOG : public BASE_DIALOG {
   void FillZoomList();
 
   // The first child item of the root with this category; null with the reason in *result (S_FALSE: there is none).
+  // What assistive technology calls the controls that show no text.
+  void SetSpokenNames();
+  void CreateToolTips();
+  // Puts the direction that a click with the zoom tool has now into its tip.
+  void UpdateZoomTip();
   platform::ComPtr<IWiaItem2> FirstChildItem(const GUID& category, HRESULT* result) const;
   // Pixels at 96 dpi as pixels of the dialog, on a screen of that density or more.
   int Scaled(int pixels) const;
@@ -131,6 +136,7 @@ class SCAN_DIALOG : public BASE_DIALOG {
 
   static constexpr int kStandardDensity = 96;  // dots per inch
   static constexpr int kToolIconSize = 20;     // pixels at 96 dpi
+  HWND m_hwndToolTips = nullptr;  // owned by the dialog's window, which destroys it
   int m_nDensity = kStandardDensity;           // the screen's, dots per inch
 
   bool m_bHasFeeder = false;  // the device reports a document feeder
