@@ -211,6 +211,58 @@ TEST_F(Transfer, FailingCallsReportNothingAndLeaveNothing) {
   }
 }
 
+TEST_F(Transfer, ProgressIsShownAtOnceAndGoesOnEveryPath) {
+  class FailingDialog : public harness::TestDialog {
+    BOOL processImageFile(wchar_t*, const ImageEditParams&) override { throw std::bad_alloc(); }
+  };
+  const auto run = [&](FaultPlan plan, bool scans) {
+    std::vector<std::wstring> texts;
+    FailingDialog dialog;
+    const auto root = scanner.Root();
+    request.pIWiaItemRoot = root.Get();
+    plan.keepCallback = true;
+    plan.streamContent = std::vector<BYTE>(9, 'x');
+    const bool elsewhere = plan.callbacksOnAnotherThread;
+    plan.hook = [&, elsewhere](const simulator::TransferPoint& point) {
+      using Stage = simulator::TransferPoint::Stage;
+      const auto look = [&] {
+        texts.push_back(dialog.StatusText(0));  // from another thread: answered after what that thread reported
+        EXPECT_TRUE(elsewhere || !GetUpdateRect(dialog.Control(IDC_STATUS_BAR), nullptr, FALSE)) << "not painted yet";
+      };
+      if (point.stage == Stage::start || point.stage == Stage::streamOpened) look();
+      if (point.stage != Stage::pageDone) return;
+      for (const LONG percent : {-5L, 42L, 250L}) {
+        WiaTransferParams report = {WIA_TRANSFER_MSG_STATUS, percent, 0, S_OK};
+        EXPECT_EQ(scanner.KeptCallback()->TransferCallback(0, &report), S_OK);
+        look();
+      }
+    };
+    harness::RunDialog(
+        dialog,
+        [&](harness::TestDialog& shown) {
+          if (scans) shown.Command(IDC_PREVIEW);
+          texts.clear();
+          scanner.SetFaults(plan);
+          if (scans) {
+            EXPECT_THROW(shown.TransferImage(0), std::bad_alloc);
+          } else {
+            shown.TransferImage(1);
+          }
+          scanner.SetFaults({});
+          EXPECT_EQ(shown.StatusText(0), L"");
+        },
+        &request);
+    return texts;
+  };
+  const std::vector<std::wstring> all = {L"Please wait...", L"Scanning... 0 %", L"Scanning... 0 %", L"Scanning... 42 %",
+                                         L"Scanning... 100 %"};
+  EXPECT_EQ(run({}, false), all);
+  EXPECT_EQ(run({}, true), all) << "ends with an exception";
+  EXPECT_EQ(run({.callbacksOnAnotherThread = true}, false), all);
+  EXPECT_EQ(run({.downloadResult = E_FAIL}, false), all);
+  EXPECT_EQ(run({.cutAfterBytes = 5}, false).size(), 2U) << "the device gives up";
+}
+
 // Files in the way, and a name that has a number itself. Nothing may land beside the asked folder.
 TEST_F(Transfer, PagesOfAStackPassOverFilesThatAreThere) {
   SimulatedScanner feeder({.feederPages = 4});

@@ -53,6 +53,8 @@ class SCAN_DIALOG : public BASE_DIALOG {
   INT_PTR OnCommand(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
   INT_PTR OnContextMenu(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
   INT_PTR OnDrawItem(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
+  // The percentage of a running transfer, see scanning::kProgressMessage.
+  INT_PTR OnAppMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) override;
   // Takes over a preview file (at most 259 characters), rewrites it unturned and shows it at 100 %.
   void UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) override;
   // The final scan's follow-up: turns the file and cuts it to the frame, TRUE when all of it was done. path, a buffer
@@ -99,14 +101,14 @@ class SCAN_DIALOG : public BASE_DIALOG {
   void TakePaneRectangle();
   void LoadPaneCursors();
   void SetToolIcons();
-  void FillZoomList();
-
-  // The first child item of the root with this category; null with the reason in *result (S_FALSE: there is none).
   // What assistive technology calls the controls that show no text.
   void SetSpokenNames();
   void CreateToolTips();
   // Puts the direction that a click with the zoom tool has now into its tip.
   void UpdateZoomTip();
+  void FillZoomList();
+
+  // The first child item of the root with this category; null with the reason in *result (S_FALSE: there is none).
   platform::ComPtr<IWiaItem2> FirstChildItem(const GUID& category, HRESULT* result) const;
   // Pixels at 96 dpi as pixels of the dialog, on a screen of that density or more.
   int Scaled(int pixels) const;
@@ -133,10 +135,10 @@ class SCAN_DIALOG : public BASE_DIALOG {
   HWND m_hwndToolRotate = nullptr;
   HWND m_hwndToolPan = nullptr;
   HWND m_hwndStatusBar = nullptr;
+  HWND m_hwndToolTips = nullptr;  // owned by the dialog's window, which destroys it
 
   static constexpr int kStandardDensity = 96;  // dots per inch
   static constexpr int kToolIconSize = 20;     // pixels at 96 dpi
-  HWND m_hwndToolTips = nullptr;  // owned by the dialog's window, which destroys it
   int m_nDensity = kStandardDensity;           // the screen's, dots per inch
 
   bool m_bHasFeeder = false;  // the device reports a document feeder
@@ -157,10 +159,15 @@ class SCAN_DIALOG : public BASE_DIALOG {
   HRESULT ReportScan(IWiaItem2* item, const wchar_t* path, HRESULT result);
   void GetImageEditParams(ImageEditParams* params) const;
   class BusyPointer;
+  class Progress;
+  // The status bar's first part: how much of the page has arrived, in percent.
+  void ShowProgress(int percent) noexcept;
 
   // A transfer runs: what would start another one, end the dialog or change what the running one is finished with is
   // ignored.
   bool m_bTransferring = false;
+  static constexpr int kNothingReported = -1;
+  int m_nProgress = kNothingReported;  // percent, as shown
   bool m_bReported = false;
 
   // --- preview: view, zoom, mouse tools, readout, rotation, menus ----------------------------------------------------

@@ -11,6 +11,7 @@
 #include "platform/wia2.h"
 #include "scan_dialog/scan_dialog.h"
 #include "scanning/image_file.h"
+#include "scanning/progress.h"
 #include "scanning/scan_file_names.h"
 #include "scanning/transfer_callback.h"
 #include <strsafe.h>
@@ -79,6 +80,7 @@ HRESULT SCAN_DIALOG::TransferImage(int previewFlag) {
   EndDrag(m_hDlg);  // its release would come while the transfer runs
   const platform::FlagGuard transferring(m_bTransferring);
   const BusyPointer busy(*this);
+  const Progress progress(*this);
   if (previewFlag != 0) {
     ClearPreview();
   }

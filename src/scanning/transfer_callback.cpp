@@ -69,11 +69,16 @@ HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, 
   const HRESULT status = pWiaTransferParams->hrErrorStatus;
   const auto error = std::find_if(std::begin(kDeviceErrors), std::end(kDeviceErrors),
                                   [status](const DeviceError& known) { return known.status == status; });
-  if (error != std::end(kDeviceErrors)) {
-    // On another thread the box has no owner: disabling the dialog would wait for its thread, which waits in Download.
-    const bool onDialogThread = GetWindowThreadProcessId(m_hwndOwner, nullptr) == GetCurrentThreadId();
-    g_pLangResource->ShowMessage(onDialogThread ? m_hwndOwner : nullptr, error->stringId);
+  if (error == std::end(kDeviceErrors)) {
+    // Handled before this returns when the dialog's thread calls, otherwise when that thread next takes messages: it
+    // may be waiting for this one.
+    SendNotifyMessageW(m_hwndOwner, scanning::kProgressMessage,
+                       static_cast<WPARAM>(pWiaTransferParams->lPercentComplete), 0);
+    return S_OK;
   }
+  // On another thread the box has no owner: disabling the dialog would wait for its thread, which waits in Download.
+  const bool onDialogThread = GetWindowThreadProcessId(m_hwndOwner, nullptr) == GetCurrentThreadId();
+  g_pLangResource->ShowMessage(onDialogThread ? m_hwndOwner : nullptr, error->stringId);
   return S_OK;
 }
 

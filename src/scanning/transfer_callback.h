@@ -12,6 +12,14 @@
 #include "platform/wia2.h"
 #include "scanning/page_stream.h"
 
+namespace scanning {
+
+// To the dialog, while a transfer runs: wParam is the percentage as the device reports it, not yet brought into 0 to
+// 100.
+inline constexpr UINT kProgressMessage = WM_APP + 1;
+
+}  // namespace scanning
+
 // Made on the heap with one reference, which Close must precede; frees itself with the last. The platform may take and
 // drop references and call from other threads; after Close every call is refused, since a driver that keeps the
 // callback would otherwise make files, or show messages, for a dialog that is gone.
@@ -30,7 +38,8 @@ class CSimpleWIACallback final : public IWiaTransferCallback {
   ULONG STDMETHODCALLTYPE AddRef() override;
   ULONG STDMETHODCALLTYPE Release() override;
 
-  // Shows the message of a known device error, modally: the transfer waits. Always S_OK; it never cancels.
+  // Shows the message of a known device error, modally: the transfer waits. Any other status is progress, which the
+  // dialog is told. Always S_OK; it never cancels.
   HRESULT STDMETHODCALLTYPE TransferCallback(LONG lFlags, WiaTransferParams* pWiaTransferParams) override;
 
   // Creates the next page's file, under the path itself or "name (2).JPG", "name (3).JPG" and so on; never opens a file

@@ -53,7 +53,7 @@ class TestDialog : public SCAN_DIALOG {
     PostMessageW(hDlg, kRunScript, 0, 0);
     return result;
   }
-  INT_PTR OnAppMessage(HWND hDlg, UINT message, WPARAM, LPARAM) override {
+  INT_PTR OnAppMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) override {
     if (message == kRunScript && script) {
       HandleMessages(hDlg);
       const Script once = std::move(script);
@@ -63,7 +63,7 @@ class TestDialog : public SCAN_DIALOG {
         EndDialog(hDlg, IDCANCEL);
       }
     }
-    return FALSE;
+    return SCAN_DIALOG::OnAppMessage(hDlg, message, wParam, lParam);
   }
 
   HWND Control(int id) const { return GetDlgItem(m_hDlg, id); }
