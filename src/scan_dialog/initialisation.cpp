@@ -172,6 +172,9 @@ void SCAN_DIALOG::TakePaneRectangle() {
     GetWindowRect(pane, &paneOnScreen);
     GetClientRect(m_hDlg, &clientOnScreen);
     MapWindowPoints(m_hDlg, nullptr, reinterpret_cast<POINT*>(&clientOnScreen), 2);
+  m_hCurArrow = LoadCursorW(nullptr, IDC_ARROW);
+  // No picture would be no pointer.
+  const auto orArrow = [this](HCURSOR cursor) { return cursor != nullptr ? cursor : m_hCurArrow; };
     OffsetRect(&paneOnScreen, -clientOnScreen.left, -clientOnScreen.top);
     m_wpPane.rcNormalPosition = paneOnScreen;
   }
@@ -180,16 +183,24 @@ void SCAN_DIALOG::TakePaneRectangle() {
 }
 
 void SCAN_DIALOG::LoadPaneCursors() {
+  m_hCurArrow = LoadCursorW(nullptr, IDC_ARROW);
+  // No picture would be no pointer.
+  const auto orArrow = [this](HCURSOR cursor) { return cursor != nullptr ? cursor : m_hCurArrow; };
   m_cursorCross.reset(LoadDialogCursor(IDC_CURSOR_CROSS, Scaled(kCursorSize)));
   m_cursorSizeNWSE.reset(LoadDialogCursor(IDC_CURSOR_SIZE_NWSE, Scaled(kCursorSize)));
-  m_hCurCross = m_cursorCross.get();
-  m_hCurSizeNWSE = m_cursorSizeNWSE.get();
+  m_hCurCross = orArrow(m_cursorCross.get());
+  m_hCurSizeNWSE = orArrow(m_cursorSizeNWSE.get());
   // The platform takes an icon wherever it takes a cursor.
-  m_hCurPan = LoadDialogIcon(IDI_PAN, kCursorIconSize);
-  m_hCurZoomIn = LoadDialogIcon(IDI_ZOOM_IN, kCursorIconSize);
-  m_hCurZoomOut = LoadDialogIcon(IDI_ZOOM_OUT, kCursorIconSize);
-  m_hCurPanning = LoadDialogIcon(IDI_PANNING, kCursorIconSize);
-  m_hCurArrow = LoadCursorW(nullptr, IDC_ARROW);
+  m_hCurPan = orArrow(LoadDialogIcon(IDI_PAN, kCursorIconSize));
+  m_hCurZoomIn = orArrow(LoadDialogIcon(IDI_ZOOM_IN, kCursorIconSize));
+  m_hCurZoomOut = orArrow(LoadDialogIcon(IDI_ZOOM_OUT, kCursorIconSize));
+  m_hCurPanning = orArrow(LoadDialogIcon(IDI_PANNING, kCursorIconSize));
+}
+
+// The pointer may be one of ours, which go with the dialog.
+INT_PTR SCAN_DIALOG::OnDestroy(HWND /*hDlg*/, WPARAM /*wParam*/, LPARAM /*lParam*/) {
+  SetCursor(m_hCurArrow);
+  return FALSE;
 }
 
 void SCAN_DIALOG::SetToolIcons() {
