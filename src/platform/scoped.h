@@ -69,6 +69,15 @@ class WindowDC {
   HDC m_context;
 };
 
+// Where the top-left corner of a window's client area is on the screen, also of a mirrored window, whose client
+// coordinates count from the right: of two points the platform makes a rectangle with its sides in order.
+inline POINT ClientOrigin(HWND window) noexcept {
+  RECT client = {};
+  GetClientRect(window, &client);
+  MapWindowPoints(window, nullptr, reinterpret_cast<POINT*>(&client), 2);
+  return {client.left, client.top};
+}
+
 // Selects a GDI object and puts the previous one back. Declare it after the object's owner, so that the object is no
 // longer selected when it is deleted.
 class SelectedObject {

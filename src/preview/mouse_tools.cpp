@@ -20,16 +20,11 @@ void ApplyScrollPosition(HWND scrollBar, SCROLLINFO& info, int position) {
 }  // namespace
 
 preview::Point SCAN_DIALOG::PointerPosition(HWND hDlg, LPARAM lParam) const {
-  if ((GetWindowLongPtrW(hDlg, GWL_EXSTYLE) & WS_EX_LAYOUTRTL) == 0) {
-    return {LOWORD(lParam), HIWORD(lParam)};
-  }
   // In a mirrored window x counts from the right edge, also in mouse messages. Screen coordinates are never mirrored.
   POINT pointer = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-  ClientToScreen(hDlg, &pointer);
-  RECT client = {};
-  GetClientRect(hDlg, &client);
-  MapWindowPoints(hDlg, nullptr, reinterpret_cast<POINT*>(&client), 2);
-  return {static_cast<int>(pointer.x - std::min(client.left, client.right)), static_cast<int>(pointer.y - client.top)};
+  MapWindowPoints(hDlg, nullptr, &pointer, 1);
+  const POINT origin = platform::ClientOrigin(hDlg);
+  return {static_cast<int>(pointer.x - origin.x), static_cast<int>(pointer.y - origin.y)};
 }
 
 preview::Point SCAN_DIALOG::VisibleImageLimits() const {

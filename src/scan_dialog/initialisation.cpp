@@ -165,21 +165,12 @@ void SCAN_DIALOG::TakePaneRectangle() {
   const HWND pane = GetDlgItem(m_hDlg, IDC_PREVIEW_PANE);
   m_wpPane.length = sizeof(m_wpPane);
   GetWindowPlacement(pane, &m_wpPane);
-  if (m_bRightToLeft) {
-    // A placement inside a mirrored window is mirrored on Windows and not on Wine 8; screen coordinates never are.
-    RECT paneOnScreen = {};
-    RECT clientOnScreen = {};
-    GetWindowRect(pane, &paneOnScreen);
-    GetClientRect(m_hDlg, &clientOnScreen);
-    MapWindowPoints(m_hDlg, nullptr, reinterpret_cast<POINT*>(&clientOnScreen), 2);
-  m_hCurArrow = LoadCursorW(nullptr, IDC_ARROW);
-  // No picture would be no pointer.
-  const auto orArrow = [this](HCURSOR cursor) { return cursor != nullptr ? cursor : m_hCurArrow; };
-    OffsetRect(&paneOnScreen, -clientOnScreen.left, -clientOnScreen.top);
-    m_wpPane.rcNormalPosition = paneOnScreen;
-  }
-  const RECT& pixels = m_wpPane.rcNormalPosition;
-  m_rcPane = {pixels.left, pixels.top, pixels.right, pixels.bottom};
+  // Which coordinates a child's placement has is not documented, and in a mirrored window Windows and Wine 8 differ.
+  const POINT origin = platform::ClientOrigin(m_hDlg);
+  RECT& place = m_wpPane.rcNormalPosition;
+  GetWindowRect(pane, &place);
+  OffsetRect(&place, -origin.x, -origin.y);
+  m_rcPane = {place.left, place.top, place.right, place.bottom};
 }
 
 void SCAN_DIALOG::LoadPaneCursors() {
