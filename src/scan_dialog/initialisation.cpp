@@ -125,10 +125,8 @@ void SCAN_DIALOG::FillLists() {
 
 void SCAN_DIALOG::TakeOtherControls() {
   m_hwndBrightness = GetDlgItem(m_hDlg, IDC_BRIGHTNESS);
-  // Each end is a signed 16-bit word.
-  SendMessageW(
-      m_hwndBrightness, TBM_SETRANGE, TRUE,
-      MAKELPARAM(static_cast<WORD>(settings::kBrightnessMinimum), static_cast<WORD>(settings::kBrightnessMaximum)));
+  SendMessageW(m_hwndBrightness, TBM_SETRANGEMIN, FALSE, settings::kBrightnessMinimum);
+  SendMessageW(m_hwndBrightness, TBM_SETRANGEMAX, FALSE, settings::kBrightnessMaximum);
   SendMessageW(m_hwndBrightness, TBM_SETPOS, TRUE, settings::kBrightnessDefault);
   m_hwndAutoBrightness = GetDlgItem(m_hDlg, IDC_AUTO_BRIGHTNESS);
   m_hwndReverseImage = GetDlgItem(m_hDlg, IDC_REVERSE_IMAGE);
