@@ -68,11 +68,12 @@ wchar_t* LANG_RESOURCE::GetTextW(UINT id, wchar_t* buffer, int capacity, std::ui
   }
   const LPCWSTR block = MAKEINTRESOURCEW(id / kStringsPerBlock + 1);
   const std::uint32_t wanted = language != 0 ? language : m_wLangId;
-  // The exact language, then its primary language with the neutral sublanguage, then a neutral table.
-  HRSRC found = FindResourceExW(m_hModule, RT_STRING, block, static_cast<WORD>(wanted));
-  if (found == nullptr) {
-    // Language 0 leaves the choice to the platform: the user's and system's languages, English, then any.
-    found = FindResourceExW(m_hModule, RT_STRING, block, 0);
+  const auto exact = static_cast<WORD>(wanted);
+  // Language 0 leaves the choice to the platform: the user's and the system's languages, English, then any.
+  const WORD candidates[] = {exact, static_cast<WORD>(MAKELANGID(PRIMARYLANGID(exact), SUBLANG_NEUTRAL)), 0};
+  HRSRC found = nullptr;
+  for (const WORD candidate : candidates) {
+    found = found != nullptr ? found : FindResourceExW(m_hModule, RT_STRING, block, candidate);
   }
   const HGLOBAL loaded = found != nullptr ? LoadResource(m_hModule, found) : nullptr;
   const auto* text = loaded != nullptr ? static_cast<const wchar_t*>(LockResource(loaded)) : nullptr;
