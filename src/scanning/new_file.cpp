@@ -35,7 +35,8 @@ HRESULT CreateNewFile(const wchar_t* path, int firstNumber, NewFile* file) {
     if (FAILED(result)) {
       return result;
     }
-    result = SHCreateStreamOnFileEx(file->path, STGM_READWRITE, kAttributes, TRUE, nullptr, &file->stream);
+    result = SHCreateStreamOnFileEx(file->path, STGM_READWRITE | STGM_SHARE_DENY_WRITE, kAttributes, TRUE, nullptr,
+                                    &file->stream);
     if (result != HRESULT_FROM_WIN32(ERROR_FILE_EXISTS)) {
       // A success other than S_OK made no stream that could be relied upon.
       return result == S_OK || FAILED(result) ? result : E_FAIL;
