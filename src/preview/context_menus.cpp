@@ -16,9 +16,13 @@ bool IsOnControl(HWND hDlg, int control, POINT screen) {
 
 }  // namespace
 
-INT_PTR SCAN_DIALOG::OnContextMenu(HWND hDlg, WPARAM /*wParam*/, LPARAM lParam) {
+INT_PTR SCAN_DIALOG::OnContextMenu(HWND hDlg, WPARAM wParam, LPARAM lParam) {
   // Signed: a monitor left of or above the primary one has negative coordinates.
-  const POINT screen = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+  POINT screen = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+  RECT focused = {};
+  if (screen.x == -1 && screen.y == -1 && GetWindowRect(reinterpret_cast<HWND>(wParam), &focused)) {
+    screen = {focused.left, focused.top};  // by the keyboard: no place, but the control that has the focus
+  }
   if (IsOnControl(hDlg, IDC_TOOL_ZOOM, screen)) {
     ShowZoomMenu(hDlg);
   } else if (IsOnControl(hDlg, IDC_TOOL_ROTATE, screen)) {
