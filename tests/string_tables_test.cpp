@@ -44,6 +44,10 @@ Numbers Languages() {
   return all;
 }
 
+BOOL CALLBACK AddLanguage(HMODULE, LPCWSTR, LPCWSTR, WORD language, LONG_PTR languages) {
+  return reinterpret_cast<Numbers*>(languages)->insert(language).second;
+}
+
 std::wstring Text(int id, int language) {
   wchar_t text[256] = {};
   LANG_RESOURCE(harness::Library()).GetTextW(static_cast<UINT>(id), text, 256, static_cast<std::uint32_t>(language));
@@ -89,11 +93,8 @@ int Spare(HWND control, const std::wstring& text, int language) {
 TEST(StringTables, EveryLanguageHasItsTexts) {
   for (int block = 0; block < 4096; ++block) {
     Numbers languages;
-    const ENUMRESLANGPROCW add = [](HMODULE, LPCWSTR, LPCWSTR, WORD language, LONG_PTR set) -> BOOL {
-      return reinterpret_cast<Numbers*>(set)->insert(language).second;
-    };
-    const auto set = reinterpret_cast<LONG_PTR>(&languages);
-    EnumResourceLanguagesW(harness::Library(), RT_STRING, MAKEINTRESOURCEW(block), add, set);
+    EnumResourceLanguagesW(harness::Library(), RT_STRING, MAKEINTRESOURCEW(block), &AddLanguage,
+                           reinterpret_cast<LONG_PTR>(&languages));
     ASSERT_EQ(languages, block >= 126 && block <= 131 ? Languages() : Numbers()) << block;
   }
   int identifiers = 0;
