@@ -46,10 +46,31 @@ TEST_F(RegistryReader, BoundsValues) {
   EXPECT_EQ(GetRegValueString(nullptr, L"v", value), 0U);
 }
 
-TEST_F(RegistryReader, SixtyFourBitViewOnlyWhereNeeded) {
-  const bool wow64 = IsWow64();
-  EXPECT_EQ(sizeof(void*) == 8 && wow64, false);
-  EXPECT_EQ(RegistryReadAccess(), wow64 ? 0x00020119U : 0x00020019U);
+// A 64-bit driver's entries are in the 64-bit view, where a 32-bit application has to ask for them.
+TEST(RegistryReaderView, FindsWhatExistsInThe64BitViewOnly) {
+  SYSTEM_INFO system = {};
+  GetNativeSystemInfo(&system);
+  const bool emulated = sizeof(void*) == 4 && system.wProcessorArchitecture != PROCESSOR_ARCHITECTURE_INTEL;
+  EXPECT_EQ(IsWow64(), emulated);
+
+  constexpr wchar_t kKey[] = L"Software\\WiaScanDialogViewTest";
+  HKEY opened = nullptr;
+  ASSERT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, nullptr, REG_OPTION_VOLATILE, KEY_SET_VALUE | KEY_WOW64_64KEY,
+                            nullptr, &opened, nullptr),
+            ERROR_SUCCESS);
+  platform::RegistryKey key(opened);
+  EXPECT_EQ(RegSetValueExW(key.get(), L"v", 0, REG_SZ, reinterpret_cast<const BYTE*>(L"64"), 6), ERROR_SUCCESS);
+  opened = nullptr;
+  const LSTATUS plain = RegOpenKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, KEY_READ, &opened);
+  key.reset(opened);
+  EXPECT_EQ(plain, emulated ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS) << "the views are one";
+  opened = nullptr;
+  EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, RegistryReadAccess(), &opened), ERROR_SUCCESS);
+  key.reset(opened);
+  wchar_t value[MAX_PATH] = {};
+  EXPECT_EQ(GetRegValueString(key.get(), L"v", value), 6U);
+  EXPECT_STREQ(value, L"64");
+  RegDeleteKeyExW(HKEY_LOCAL_MACHINE, kKey, KEY_WOW64_64KEY, 0);
 }
 
 }  // namespace
