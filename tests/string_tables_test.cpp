@@ -73,8 +73,16 @@ int Spare(HWND control, const std::wstring& text, int language) {
   const platform::GdiObject fontOfLanguage(CreateFontIndirectW(&font));
   const platform::WindowDC dc(control);
   const platform::SelectedObject selected(dc.get(), fontOfLanguage.get());
-  RECT bounds = {}, room = {};
-  DrawTextW(dc.get(), text.c_str(), -1, &bounds, DT_CALCRECT | DT_SINGLELINE | DT_NOPREFIX);
+  SIZE size = {};
+  if (language == LANG_ARABIC) {
+    // The letters without the shaping, in which Wine 10 overflows the stack with some fonts: unjoined they are wider.
+    std::vector<WORD> glyphs(text.size());
+    GetGlyphIndicesW(dc.get(), text.c_str(), static_cast<int>(text.size()), glyphs.data(), 0);
+    GetTextExtentPointI(dc.get(), glyphs.data(), static_cast<int>(glyphs.size()), &size);
+  } else {
+    GetTextExtentPoint32W(dc.get(), text.c_str(), static_cast<int>(text.size()), &size);
+  }
+  RECT room = {};
   GetClientRect(control, &room);
   wchar_t className[16] = {};
   GetClassNameW(control, className, 16);
@@ -85,7 +93,7 @@ int Spare(HWND control, const std::wstring& text, int language) {
   } else if (std::wstring(className) == L"Button") {  // the frame's corners; border and focus rectangle
     room.right -= (GetWindowLongPtrW(control, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX ? 18 : 8;
   }
-  return room.right - room.left - bounds.right;
+  return room.right - room.left - size.cx;
 }
 
 }  // namespace
