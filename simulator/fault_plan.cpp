@@ -19,9 +19,24 @@ Split SplitAt(std::wstring_view text, wchar_t separator) {
   return {text.substr(0, position), text.substr(position + 1)};
 }
 
-std::optional<HRESULT> ParseResult(std::wstring_view text) {
-  const auto number = ParseNumber(text);
-  return number ? std::optional(static_cast<HRESULT>(*number)) : std::nullopt;
+std::optional<std::uint32_t> ParseDigits(std::wstring_view text, bool hexadecimal) {
+  const std::wstring digits(text);
+  // The conversion itself would let spaces, signs and a second prefix pass.
+  const wchar_t* allowed = hexadecimal ? L"0123456789abcdefABCDEF" : L"0123456789";
+  if (digits.empty() || digits.size() > 10 || digits.find_first_not_of(allowed) != std::wstring::npos) {
+    return std::nullopt;
+  }
+  const std::uint64_t number = std::stoull(digits, nullptr, hexadecimal ? 16 : 10);
+  return number <= std::numeric_limits<std::uint32_t>::max() ? std::optional(static_cast<std::uint32_t>(number))
+                                                             : std::nullopt;
+}
+
+bool IsPrefixed(std::wstring_view text) { return text.starts_with(L"0x") || text.starts_with(L"0X"); }
+
+// Codes are written in hexadecimal everywhere, with the prefix or without.
+std::optional<HRESULT> ParseCode(std::wstring_view text) {
+  const auto code = ParseDigits(text.substr(IsPrefixed(text) ? 2 : 0), true);
+  return code ? std::optional(static_cast<HRESULT>(*code)) : std::nullopt;
 }
 
 bool ParseCall(std::wstring_view text, FaultPlan& plan) {
@@ -43,7 +58,7 @@ bool ParseCall(std::wstring_view text, FaultPlan& plan) {
     fault.kind = CallFault::Kind::wrongType;
   } else if (*parts.after == L"count") {
     fault.kind = CallFault::Kind::wrongCount;
-  } else if (const auto result = ParseResult(*parts.after)) {
+  } else if (const auto result = ParseCode(*parts.after)) {
     fault.result = *result;
   } else {
     return false;
@@ -52,37 +67,38 @@ bool ParseCall(std::wstring_view text, FaultPlan& plan) {
   return true;
 }
 
-// NUMBER@PERCENT
-std::optional<std::pair<std::uint32_t, LONG>> ParseAtPercent(std::wstring_view text) {
-  const Split parts = SplitAt(text, L'@');
-  const auto number = ParseNumber(parts.before);
+// What follows the @.
+std::optional<LONG> ParsePercent(const Split& parts) {
   const auto percent = parts.after ? ParseNumber(*parts.after) : std::nullopt;
-  if (!number || !percent || *percent > 100) {
-    return std::nullopt;
-  }
-  return std::pair(*number, static_cast<LONG>(*percent));
+  return percent && *percent <= 100 ? std::optional(static_cast<LONG>(*percent)) : std::nullopt;
 }
 
 bool ParseStatus(std::wstring_view text, bool endsTransfer, FaultPlan& plan) {
-  const auto status = ParseAtPercent(text);
-  if (status) {
-    plan.statuses.push_back({static_cast<HRESULT>(status->first), status->second, endsTransfer});
+  const Split parts = SplitAt(text, L'@');
+  const auto status = ParseCode(parts.before);
+  const auto percent = ParsePercent(parts);
+  if (!status || !percent) {
+    return false;
   }
-  return status.has_value();
+  plan.statuses.push_back({*status, *percent, endsTransfer});
+  return true;
 }
 
 bool ParsePause(std::wstring_view text, FaultPlan& plan) {
-  const auto pause = ParseAtPercent(text);
-  if (pause) {
-    plan.pauses.push_back({pause->first, pause->second});
+  const Split parts = SplitAt(text, L'@');
+  const auto milliseconds = ParseNumber(parts.before);
+  const auto percent = ParsePercent(parts);
+  if (!milliseconds || !percent) {
+    return false;
   }
-  return pause.has_value();
+  plan.pauses.push_back({*milliseconds, *percent});
+  return true;
 }
 
 bool ParseCut(std::wstring_view text, FaultPlan& plan) {
   const Split parts = SplitAt(text, L'=');
   const auto bytes = ParseNumber(parts.before);
-  const auto result = parts.after ? ParseResult(*parts.after) : std::optional(plan.cutResult);
+  const auto result = parts.after ? ParseCode(*parts.after) : std::optional(plan.cutResult);
   if (!bytes || !result) {
     return false;
   }
@@ -103,16 +119,7 @@ bool ParseStreams(std::wstring_view text, FaultPlan& plan) {
 }  // namespace
 
 std::optional<std::uint32_t> ParseNumber(std::wstring_view text) {
-  const bool hexadecimal = text.starts_with(L"0x") || text.starts_with(L"0X");
-  const std::wstring digits(text.substr(hexadecimal ? 2 : 0));
-  // The conversion itself would let spaces, signs and a second prefix pass.
-  const wchar_t* allowed = hexadecimal ? L"0123456789abcdefABCDEF" : L"0123456789";
-  if (digits.empty() || digits.size() > 10 || digits.find_first_not_of(allowed) != std::wstring::npos) {
-    return std::nullopt;
-  }
-  const std::uint64_t number = std::stoull(digits, nullptr, hexadecimal ? 16 : 10);
-  return number <= std::numeric_limits<std::uint32_t>::max() ? std::optional(static_cast<std::uint32_t>(number))
-                                                             : std::nullopt;
+  return IsPrefixed(text) ? ParseDigits(text.substr(2), true) : ParseDigits(text, false);
 }
 
 bool ParseFault(std::wstring_view text, FaultPlan& plan) {
@@ -143,7 +150,7 @@ bool ParseFault(std::wstring_view text, FaultPlan& plan) {
     return ParseStreams(*parts.after, plan);
   }
   if (parts.before == L"result") {
-    const auto result = ParseResult(*parts.after);
+    const auto result = ParseCode(*parts.after);
     plan.downloadResult = result ? result : plan.downloadResult;
     return result.has_value();
   }

@@ -82,7 +82,8 @@ struct FaultPlan {
   std::function<void(const TransferPoint&)> hook = {};
 };
 
-// The text form, one fault each; numbers decimal or with 0x:
+// The text form, one fault each; HRESULT and CODE in hexadecimal, with or without 0x,
+// numbers decimal or with 0x:
 //   call:K=HRESULT      call K fails once               call:K+=HRESULT   call K and all later ones fail
 //   call:K=type         wrong value type at call K      call:K=count      wrong count at call K
 //   status:CODE@PERCENT the device reports CODE         stop:CODE@PERCENT ... and the transfer ends with it

@@ -113,10 +113,12 @@ TEST(SimulatedScanner, MisbehavesAsPlanned) {
   const auto item = Child(scanner, WIA_CATEGORY_FEEDER);
   scanner.ClearLog();
   FaultPlan plan;
-  for (const wchar_t* fault : {L"call:2=0x80070005", L"status:0x800403EA@50", L"thread", L"null-record"}) {
+  for (const wchar_t* fault : {L"call:2=80070005", L"status:0x800403EA@50", L"thread", L"null-record"}) {
     EXPECT_TRUE(ParseFault(fault, plan)) << fault;
   }
-  EXPECT_FALSE(ParseFault(L"call:0=1", plan));
+  for (const wchar_t* fault : {L"call:0=1", L"call:1=0x", L"result:8000400G", L"status:800403EA", L"pause:1F@5"}) {
+    EXPECT_FALSE(ParseFault(fault, plan)) << fault;
+  }
   scanner.SetFaults(plan);
   Receiver receiver;
   EXPECT_EQ(Download(*item.Get(), receiver), E_ACCESSDENIED);  // call 1 asked for the interface
@@ -125,7 +127,7 @@ TEST(SimulatedScanner, MisbehavesAsPlanned) {
   EXPECT_EQ(scanner.Calls()[1], "IWiaTransfer::Download");
   EXPECT_TRUE(receiver.pages.size() == 3 && receiver.nullRecords == 1 && receiver.status == HRESULT(0x800403EA));
   EXPECT_NE(receiver.thread, GetCurrentThreadId());
-  ParseFault(L"stop:0x800403EB@60", plan);
+  ParseFault(L"stop:800403EB@60", plan);
   scanner.SetFaults(plan);
   EXPECT_EQ(Download(*item.Get(), receiver), HRESULT(0x800403EB));
   receiver.refuse = true;
