@@ -82,8 +82,12 @@ target_include_directories(wsd_simulator PUBLIC src ${CMAKE_SOURCE_DIR})
 target_link_libraries(wsd_simulator PUBLIC
   advapi32 gdi32 gdiplus ntdll ole32 oleaut32 setupapi shlwapi user32 uuid windowscodecs)
 
+# Everything but the main function: the program and the tests are made of it.
 file(GLOB sources CONFIGURE_DEPENDS demo/*.cpp)
+list(FILTER sources EXCLUDE REGEX "/scan_demo\\.cpp$")
+add_library(wsd_demo STATIC ${sources})
+target_link_libraries(wsd_demo PUBLIC wsd_simulator shell32)
 set_source_files_properties(demo/program.rc PROPERTIES OBJECT_DEPENDS ${CMAKE_SOURCE_DIR}/demo/program.manifest
   INCLUDE_DIRECTORIES ${CMAKE_SOURCE_DIR}/demo)
-add_executable(scan_demo ${sources} demo/program.rc)
-target_link_libraries(scan_demo PRIVATE wsd_simulator advapi32 setupapi shell32)
+add_executable(scan_demo demo/scan_demo.cpp demo/program.rc)
+target_link_libraries(scan_demo PRIVATE wsd_demo)

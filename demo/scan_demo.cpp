@@ -1,32 +1,14 @@
-// scan_demo: a WIA application in small. Loads the library as COM would, opens its dialog for a simulated scanner,
-// prints what comes back, and checks that nothing stayed behind.
 #include <windows.h>
 
 #include <shellapi.h>
-#include <shlwapi.h>
 
-#include <cmath>
 #include <cstdio>
 #include <exception>
-#include <optional>
 
-#include "demo/command_line.h"
-#include "demo/tour.h"
+#include "demo/application.h"
 #include "platform/scoped.h"
-#include "platform/wia2.h"
-#include "simulator/device_registration.h"
-#include "simulator/gdiplus_session.h"
 
 namespace {
-
-using platform::ComPtr;
-using simulator::DemoOptions;
-using simulator::SimulatedScanner;
-
-constexpr CLSID kExtensionClass = {0x7C3E51A2, 0x4B90, 0x4D6E, {0x9F, 0x21, 0x58, 0xA0, 0xC4, 0xD7, 0xE9, 0x13}};
-constexpr UINT kCloseAgainAfter = 250;
-
-using Library = platform::Unique<HMODULE, &FreeLibrary>;
 
 void Print(std::FILE* file, const std::wstring& line) {
   const int length = static_cast<int>(line.size());
@@ -37,223 +19,18 @@ void Print(std::FILE* file, const std::wstring& line) {
   std::fflush(file);
 }
 
-void Print(const std::wstring& line) { Print(stdout, line); }
-
-std::wstring Hex(HRESULT result) {
-  std::wstring text = L"0x";
-  for (int shift = 28; shift >= 0; shift -= 4) {
-    text += L"0123456789ABCDEF"[(static_cast<ULONG>(result) >> shift) & 0xF];
-  }
-  return text;
-}
-
-int Fail(const std::wstring& what, HRESULT result) {
-  Print(stderr, what + L": " + Hex(result));
-  return 1;
-}
-
 std::vector<std::wstring> Arguments() {
   int count = 0;
   const platform::Unique<wchar_t**, &LocalFree> list(CommandLineToArgvW(GetCommandLineW(), &count));
   return list == nullptr ? std::vector<std::wstring>() : std::vector<std::wstring>(list.get() + 1, list.get() + count);
 }
 
-std::wstring FullPath(const std::wstring& path) {
-  wchar_t full[MAX_PATH] = {};
-  const DWORD length = GetFullPathNameW(path.c_str(), MAX_PATH, full, nullptr);
-  return length > 0 && length < MAX_PATH ? full : path;
-}
-
-// A library named without a folder is the one beside this program, never one in the current folder.
-std::wstring LibraryPath(const std::wstring& given) {
-  if (PathFindFileNameW(given.c_str()) != given.c_str()) {
-    return FullPath(given);
-  }
-  wchar_t path[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, path, MAX_PATH);
-  PathRemoveFileSpecW(path);
-  return std::wstring(path) + L"\\" + given;
-}
-
-// Declines every dialog of this process that can be answered: a message box first, its owner the next time.
-BOOL CALLBACK CloseDialog(HWND window, LPARAM) {
-  wchar_t name[16] = {};
-  DWORD process = 0;
-  GetWindowThreadProcessId(window, &process);
-  GetClassNameW(window, name, 16);
-  if (process == GetCurrentProcessId() && std::wstring(name) == L"#32770" && IsWindowEnabled(window) &&
-      IsWindowVisible(window)) {
-    PostMessageW(window, WM_COMMAND, IDCANCEL, 0);
-  }
-  return TRUE;
-}
-
-void CALLBACK OnCloseTimer(HWND, UINT, UINT_PTR timer, DWORD) {
-  EnumWindows(&CloseDialog, 0);
-  SetTimer(nullptr, timer, kCloseAgainAfter, &OnCloseTimer);
-}
-
-HRESULT CreateExtension(HMODULE library, ComPtr<IWiaUIExtension2>& extension) {
-  const auto getClassObject = reinterpret_cast<decltype(&DllGetClassObject)>(
-      reinterpret_cast<void*>(GetProcAddress(library, "DllGetClassObject")));
-  if (getClassObject == nullptr) {
-    return HRESULT_FROM_WIN32(GetLastError());
-  }
-  ComPtr<IClassFactory> factory;
-  const HRESULT result =
-      getClassObject(kExtensionClass, IID_IClassFactory, reinterpret_cast<void**>(factory.GetAddressOf()));
-  return FAILED(result) ? result
-                        : factory->CreateInstance(nullptr, IID_IWiaUIExtension2,
-                                                  reinterpret_cast<void**>(extension.GetAddressOf()));
-}
-
-struct PixelSize {
-  int width = 0;
-  int height = 0;
-};
-
-PixelSize PrintFile(const std::wstring& path) {
-  const simulator::GdiplusSession session;
-  Gdiplus::Bitmap image(path.c_str());
-  if (image.GetLastStatus() != Gdiplus::Ok) {
-    Print(L"  " + path + L": can't be read");
-    return {};
-  }
-  Print(L"  " + path + L": " + std::to_wstring(image.GetWidth()) + L" x " + std::to_wstring(image.GetHeight()) +
-        L" pixels, " + std::to_wstring(std::lround(image.GetHorizontalResolution())) + L" x " +
-        std::to_wstring(std::lround(image.GetVerticalResolution())) + L" dpi");
-  return {static_cast<int>(image.GetWidth()), static_cast<int>(image.GetHeight())};
-}
-
-void PrintItem(IWiaItem2& item) {
-  ComPtr<IWiaPropertyStorage> properties;
-  const PROPSPEC name = {PRSPEC_PROPID, {WIA_IPA_FULL_ITEM_NAME}};
-  platform::ScopedPropVariant value;
-  if (SUCCEEDED(item.QueryInterface(IID_IWiaPropertyStorage, reinterpret_cast<void**>(properties.GetAddressOf()))) &&
-      properties->ReadMultiple(1, &name, value.put()) == S_OK && value.get().vt == VT_BSTR) {
-    Print(L"Item: " + std::wstring(value.get().bstrVal, SysStringLen(value.get().bstrVal)));
-  }
-}
-
-// Prints what the dialog handed over, and frees it as its owner. The size of the first file.
-PixelSize TakeOutputs(DEVICEDIALOGDATA2& data) {
-  PixelSize first;
-  Print(L"Files: " + std::to_wstring(data.lNumFiles));
-  for (LONG i = 0; data.pbstrFilePaths != nullptr && i < data.lNumFiles; ++i) {
-    const platform::BasicString path(data.pbstrFilePaths[i]);
-    const PixelSize size = PrintFile(std::wstring(path.get(), SysStringLen(path.get())));
-    first = i == 0 ? size : first;
-  }
-  CoTaskMemFree(data.pbstrFilePaths);
-  if (data.pWiaItem != nullptr) {
-    PrintItem(*data.pWiaItem);
-    data.pWiaItem->Release();
-  }
-  return first;
-}
-
-// The scan must be the part of the page that the tour's frame enclosed, at the dialog's default of 300 dpi. The status
-// bar may have shown the frame in hundredths of an inch, which is good for three pixels.
-bool IsFramedPart(const PixelSize& size, const simulator::Tour& tour) {
-  constexpr double kPixelsPerMm = 300 / 25.4;
-  constexpr double kTolerance = 3;
-  const double width = tour.FrameWidth() * kPixelsPerMm;
-  const double height = tour.FrameHeight() * kPixelsPerMm;
-  const bool framed = std::abs(size.width - width) <= kTolerance && std::abs(size.height - height) <= kTolerance;
-  Print(framed ? L"The scan is what the frame enclosed"
-               : L"FAILED: the frame enclosed " + std::to_wstring(std::lround(width)) + L" x " +
-                     std::to_wstring(std::lround(height)) + L" pixels of the page");
-  return framed;
-}
-
-HRESULT RunDialog(IWiaUIExtension2& extension, const SimulatedScanner& scanner, const DemoOptions& options) {
-  const ComPtr<IWiaItem2> root = scanner.Root();
-  const platform::BasicString folder(SysAllocString(FullPath(options.folder).c_str()));
-  const platform::BasicString file(SysAllocString(options.file.c_str()));
-  DEVICEDIALOGDATA2 data = {};
-  data.cbSize = sizeof(data);
-  data.pIWiaItemRoot = root.Get();
-  data.bstrFolderName = folder.get();
-  data.bstrFilename = file.get();
-
-  std::optional<simulator::Tour> tour;
-  if (!options.tour.empty()) {
-    tour.emplace(FullPath(options.tour), options.steps, [](const std::wstring& line) { Print(line); });
-  }
-  const UINT_PTR timer = options.closeAfter == 0 ? 0 : SetTimer(nullptr, 0, options.closeAfter, &OnCloseTimer);
-  const HRESULT result = extension.DeviceDialog(&data);
-  if (timer != 0) {
-    KillTimer(nullptr, timer);
-  }
-  const bool toured = !tour || tour->Finish();
-  Print(L"DeviceDialog: " + Hex(result) + (result == S_FALSE ? L" (closed by the user)" : L""));
-  const PixelSize size = TakeOutputs(data);
-  const bool scanned = tour && options.steps == simulator::Tour::kSteps;
-  return !toured || (scanned && !IsFramedPart(size, *tour)) ? E_FAIL : result;
-}
-
-// Nothing of the dialog's may be left now: no reference to the device, no object that keeps the library loaded.
-bool NothingLeft(HMODULE library, const SimulatedScanner& scanner) {
-  for (const simulator::LiveObject& object : scanner.LiveObjects()) {
-    Print(stderr, L"Still referenced: " + std::wstring(object.kind.begin(), object.kind.end()));
-  }
-  const auto canUnload =
-      reinterpret_cast<decltype(&DllCanUnloadNow)>(reinterpret_cast<void*>(GetProcAddress(library, "DllCanUnloadNow")));
-  const bool unloadable = canUnload != nullptr && canUnload() == S_OK;
-  if (!unloadable) {
-    Print(stderr, L"The library can't be unloaded");
-  }
-  return unloadable && scanner.LiveObjects().empty();
-}
-
-int Run(const DemoOptions& options) {
-  const Library library(LoadLibraryExW(LibraryPath(options.library).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-  if (library == nullptr) {
-    return Fail(LibraryPath(options.library), HRESULT_FROM_WIN32(GetLastError()));
-  }
-  std::optional<simulator::DeviceRegistration> device;
-  if (!options.name.empty()) {
-    device.emplace(simulator::DeviceRegistrationValues{options.scanner.deviceId, options.name, std::nullopt});
-    if (!device->Registered()) {
-      Print(stderr, L"The device can't be registered, the title stays empty");
-    }
-  }
-  const SimulatedScanner scanner(options.scanner, options.faults);
-  ComPtr<IWiaUIExtension2> extension;
-  if (const HRESULT result = CreateExtension(library.get(), extension); FAILED(result)) {
-    return Fail(L"The dialog's object can't be created", result);
-  }
-  const HRESULT result = RunDialog(*extension.Get(), scanner, options);
-  extension.Reset();
-  const bool clean = NothingLeft(library.get(), scanner);
-  Print(L"Calls to the device: " + std::to_wstring(scanner.Calls().size()));
-  return clean && (result == S_OK || result == S_FALSE) ? 0 : 1;
-}
-
-int RunCommandLine() {
-  const auto parsed = simulator::ParseCommandLine(Arguments());
-  if (const std::wstring* mistake = std::get_if<std::wstring>(&parsed)) {
-    Print(stderr, L"scan_demo: " + *mistake + L". See scan_demo --help");
-    return 2;
-  }
-  const DemoOptions& options = std::get<DemoOptions>(parsed);
-  if (options.help) {
-    Print(simulator::kDemoHelp);
-    return 0;
-  }
-  if (const HRESULT result = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); FAILED(result)) {
-    return Fail(L"CoInitializeEx", result);
-  }
-  const int code = Run(options);
-  CoUninitialize();
-  return code;
-}
-
 }  // namespace
 
 int main() {
   try {
-    return RunCommandLine();
+    return simulator::RunDemo(Arguments(), {[](const std::wstring& line) { Print(stdout, line); },
+                                            [](const std::wstring& line) { Print(stderr, line); }});
   } catch (const std::exception& problem) {
     std::fputs(problem.what(), stderr);
     return 1;
