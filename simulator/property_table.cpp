@@ -119,21 +119,27 @@ LONG PropertyTable::Number(PROPID id) const {
 
 HRESULT PropertyTable::Write(const std::vector<WrittenProperty>& batch) {
   const std::lock_guard lock(m_mutex);
-  for (const WrittenProperty& entry : batch) {
+  const auto fits = [this](const WrittenProperty& entry) {
     const auto found = m_properties.find(entry.id);
-    if (found == m_properties.end() || (found->second.access & WIA_PROP_WRITE) == 0 ||
-        entry.type != found->second.Type() || !found->second.Accepts(entry.value)) {
-      return E_INVALIDARG;
-    }
+    return found != m_properties.end() && (found->second.access & WIA_PROP_WRITE) != 0 &&
+           entry.type == found->second.Type() && found->second.Accepts(entry.value);
+  };
+  if (!m_leavesBadValues && !std::all_of(batch.begin(), batch.end(), fits)) {
+    return E_INVALIDARG;
   }
   for (const WrittenProperty& entry : batch) {
-    m_properties[entry.id].value = entry.value;
+    if (fits(entry)) {
+      m_properties[entry.id].value = entry.value;
+    }
   }
   return S_OK;
 }
 
 void PropertyTable::DefineDevice(const ScannerConfiguration& configuration, const std::wstring& name) {
   Define(kDeviceId, ReadOnly(configuration.deviceId));
+  if (configuration.deviceName) {
+    Define(WIA_DIP_DEV_NAME, ReadOnly(*configuration.deviceName));
+  }
   Define(kItemName, ReadOnly(name));
   Define(kFullItemName, ReadOnly(name == L"Root" ? L"0000\\Root" : L"0000\\Root\\" + name));
 }
@@ -164,6 +170,10 @@ void PropertyTable::DefineScanItem(const ScannerConfiguration& configuration) {
   Define(kAutoBrightness, List(0, {0, 1}));
   Define(kSendSize, List(kPageAuto, sendSizes));
   Define(kReverseImage, List(0, {0, 1}));
+  for (const PROPID id : configuration.unknownProperties) {
+    m_properties.erase(id);
+  }
+  m_leavesBadValues = configuration.leavesBadValues;
   if (configuration.rawResolutionValues) {
     ShowInstead(kXRes, *configuration.rawResolutionValues);
   }

@@ -26,7 +26,7 @@ class PropertyTable {
 
   std::optional<Property> Find(PROPID id) const;             // with the valid values shown
   LONG Number(PROPID id) const;                              // 0 when there is none
-  HRESULT Write(const std::vector<WrittenProperty>& batch);  // all or nothing
+  HRESULT Write(const std::vector<WrittenProperty>& batch);  // all or nothing, unless the device leaves bad values
 
   void DefineDevice(const ScannerConfiguration& configuration, const std::wstring& name);
   void DefineRoot(const ScannerConfiguration& configuration);
@@ -36,6 +36,7 @@ class PropertyTable {
   mutable std::mutex m_mutex;
   std::map<PROPID, Property> m_properties;
   std::map<PROPID, std::vector<LONG>> m_shown;
+  bool m_leavesBadValues = false;
 };
 
 }  // namespace simulator

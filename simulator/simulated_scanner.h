@@ -69,11 +69,16 @@ struct ScannerConfiguration {
   bool resolutionRange = false;
 
   std::wstring deviceId = L"{6BDD1FC6-810F-11D0-BEC7-08002BE2092F}\\0042";
+  std::optional<std::wstring> deviceName = {};  // WIA_DIP_DEV_NAME
 
   int feederPages = 1;             // sheets in the feeder
   bool feederEndsEmpty = false;    // "paper empty" instead of success after the last page
   std::wstring pageFile = {};      // a JPEG on the glass and on every sheet; empty: the built-in page
   std::size_t chunkSize = 0x8000;  // bytes per Write
+
+  // What a driver may lack, or do otherwise.
+  std::vector<PROPID> unknownProperties = {};  // of its scan items
+  bool leavesBadValues = false;                // WriteMultiple takes the rest of a batch and answers S_OK
 
   // Overrides for hostile devices.
   std::optional<std::vector<LONG>> rawResolutionValues = {};  // the whole vector of valid values of XRES, as it stands
