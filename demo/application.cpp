@@ -5,10 +5,14 @@
 #include <shlwapi.h>
 
 #include <cmath>
+#include <memory>
 #include <optional>
 
+#include "demo/batch_report.h"
 #include "demo/command_line.h"
+#include "demo/recorder.h"
 #include "demo/tour.h"
+#include "demo/wia_devices.h"
 #include "platform/scoped.h"
 #include "platform/wia2.h"
 #include "simulator/device_registration.h"
@@ -24,16 +28,8 @@ constexpr UINT kCloseAgainAfter = 250;
 
 using Library = platform::Unique<HMODULE, &FreeLibrary>;
 
-std::wstring Hex(HRESULT result) {
-  std::wstring text = L"0x";
-  for (int shift = 28; shift >= 0; shift -= 4) {
-    text += L"0123456789ABCDEF"[(static_cast<ULONG>(result) >> shift) & 0xF];
-  }
-  return text;
-}
-
 int Fail(const Output& output, const std::wstring& what, HRESULT result) {
-  output.mistake(what + L": " + Hex(result));
+  output.mistake(what + L": " + DescribeResult(result));
   return 1;
 }
 
@@ -91,6 +87,12 @@ struct PixelSize {
   int height = 0;
 };
 
+ULONGLONG FileSize(const std::wstring& path) {
+  WIN32_FILE_ATTRIBUTE_DATA data = {};
+  GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data);
+  return static_cast<ULONGLONG>(data.nFileSizeHigh) << 32 | data.nFileSizeLow;
+}
+
 PixelSize PrintFile(const std::wstring& path, const Output& output) {
   const GdiplusSession session;
   Gdiplus::Bitmap image(path.c_str());
@@ -98,19 +100,16 @@ PixelSize PrintFile(const std::wstring& path, const Output& output) {
     output.line(L"  " + path + L": can't be read");
     return {};
   }
-  output.line(L"  " + path + L": " + std::to_wstring(image.GetWidth()) + L" x " + std::to_wstring(image.GetHeight()) +
-              L" pixels, " + std::to_wstring(std::lround(image.GetHorizontalResolution())) + L" x " +
+  output.line(L"  " + path + L": " + std::to_wstring(FileSize(path)) + L" bytes, " + std::to_wstring(image.GetWidth()) +
+              L" x " + std::to_wstring(image.GetHeight()) + L" pixels, " +
+              std::to_wstring(std::lround(image.GetHorizontalResolution())) + L" x " +
               std::to_wstring(std::lround(image.GetVerticalResolution())) + L" dpi");
   return {static_cast<int>(image.GetWidth()), static_cast<int>(image.GetHeight())};
 }
 
 void PrintItem(IWiaItem2& item, const Output& output) {
-  ComPtr<IWiaPropertyStorage> properties;
-  const PROPSPEC name = {PRSPEC_PROPID, {WIA_IPA_FULL_ITEM_NAME}};
-  platform::ScopedPropVariant value;
-  if (SUCCEEDED(item.QueryInterface(IID_IWiaPropertyStorage, reinterpret_cast<void**>(properties.GetAddressOf()))) &&
-      properties->ReadMultiple(1, &name, value.put()) == S_OK && value.get().vt == VT_BSTR) {
-    output.line(L"Item: " + std::wstring(value.get().bstrVal, SysStringLen(value.get().bstrVal)));
+  if (const auto properties = platform::Query<IWiaPropertyStorage>(&item, IID_IWiaPropertyStorage)) {
+    output.line(L"Item: " + ReadText(*properties.Get(), WIA_IPA_FULL_ITEM_NAME));
   }
 }
 
@@ -145,14 +144,12 @@ bool IsFramedPart(const PixelSize& size, const Tour& tour, const Output& output)
   return framed;
 }
 
-HRESULT RunDialog(IWiaUIExtension2& extension, const SimulatedScanner& scanner, const DemoOptions& options,
-                  const Output& output) {
-  const ComPtr<IWiaItem2> root = scanner.Root();
+HRESULT RunDialog(IWiaUIExtension2& extension, IWiaItem2* root, const DemoOptions& options, const Output& output) {
   const platform::BasicString folder(SysAllocString(FullPath(options.folder).c_str()));
   const platform::BasicString file(SysAllocString(options.file.c_str()));
   DEVICEDIALOGDATA2 data = {};
   data.cbSize = sizeof(data);
-  data.pIWiaItemRoot = root.Get();
+  data.pIWiaItemRoot = root;
   data.bstrFolderName = folder.get();
   data.bstrFilename = file.get();
 
@@ -166,7 +163,9 @@ HRESULT RunDialog(IWiaUIExtension2& extension, const SimulatedScanner& scanner, 
     KillTimer(nullptr, timer);
   }
   const bool toured = !tour || tour->Finish();
-  output.line(L"DeviceDialog: " + Hex(result) + (result == S_FALSE ? L" (closed by the user)" : L""));
+  output.line(L"DeviceDialog: " + (result == S_OK      ? L"S_OK"
+                                   : result == S_FALSE ? L"closed by the user"
+                                                       : DescribeResult(result)));
   const PixelSize size = TakeOutputs(data, output);
   const bool scanned = tour && options.steps == Tour::kSteps;
   return !toured || (scanned && !IsFramedPart(size, *tour, output)) ? E_FAIL : result;
@@ -186,11 +185,19 @@ bool NothingLeft(HMODULE library, const SimulatedScanner& scanner, const Output&
   return unloadable && scanner.LiveObjects().empty();
 }
 
-int Run(const DemoOptions& options, const Output& output) {
-  const Library library(LoadLibraryExW(LibraryPath(options.library).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-  if (library == nullptr) {
-    return Fail(output, LibraryPath(options.library), HRESULT_FROM_WIN32(GetLastError()));
+int RunWith(HMODULE library, ComPtr<IWiaItem2> root, const SimulatedScanner& scanner, const DemoOptions& options,
+            const Output& output) {
+  ComPtr<IWiaUIExtension2> extension;
+  if (const HRESULT result = CreateExtension(library, extension); FAILED(result)) {
+    return Fail(output, L"The dialog's object can't be created", result);
   }
+  const HRESULT result = RunDialog(*extension.Get(), root.Get(), options, output);
+  extension.Reset();
+  root.Reset();
+  return NothingLeft(library, scanner, output) && (result == S_OK || result == S_FALSE) ? 0 : 1;
+}
+
+int RunSimulated(HMODULE library, const DemoOptions& options, const Output& output) {
   std::optional<DeviceRegistration> device;
   if (!options.name.empty()) {
     device.emplace(DeviceRegistrationValues{options.scanner.deviceId, options.name, std::nullopt});
@@ -199,15 +206,45 @@ int Run(const DemoOptions& options, const Output& output) {
     }
   }
   const SimulatedScanner scanner(options.scanner, options.faults);
-  ComPtr<IWiaUIExtension2> extension;
-  if (const HRESULT result = CreateExtension(library.get(), extension); FAILED(result)) {
-    return Fail(output, L"The dialog's object can't be created", result);
-  }
-  const HRESULT result = RunDialog(*extension.Get(), scanner, options, output);
-  extension.Reset();
-  const bool clean = NothingLeft(library.get(), scanner, output);
+  const int code = RunWith(library, scanner.Root(), scanner, options, output);
   output.line(L"Calls to the device: " + std::to_wstring(scanner.Calls().size()));
-  return clean && (result == S_OK || result == S_FALSE) ? 0 : 1;
+  return code;
+}
+
+int RunReal(HMODULE library, const DemoOptions& options, const Output& output) {
+  const OpenedDevice device = OpenWiaDevice(options.device);
+  if (device.root == nullptr) {
+    output.mistake(device.mistake);
+    return 1;
+  }
+  output.line(L"Device: " + device.title);
+  const auto recorder = std::make_shared<Recorder>(output.line);
+  const int code = RunWith(library, RecordItem(device.root, recorder), SimulatedScanner(), options, output);
+  if (!recorder->Failed()) {
+    return code;
+  }
+  output.mistake(L"The last transfer failed. Pages of a scan that had arrived are kept, see above");
+  return 1;
+}
+
+int Run(const DemoOptions& options, const Output& output) {
+  const Library library(LoadLibraryExW(LibraryPath(options.library).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+  if (library == nullptr) {
+    return Fail(output, LibraryPath(options.library), HRESULT_FROM_WIN32(GetLastError()));
+  }
+  return options.device.empty() ? RunSimulated(library.get(), options, output)
+                                : RunReal(library.get(), options, output);
+}
+
+int List(const Output& output) {
+  const WiaDevices devices = FindWiaDevices();
+  for (const std::wstring& line : DescribeDevices(devices)) {
+    output.line(line);
+  }
+  if (!devices.mistake.empty()) {
+    output.mistake(devices.mistake);
+  }
+  return devices.found.empty() ? 1 : 0;
 }
 
 }  // namespace
@@ -224,7 +261,7 @@ int RunDemo(const std::vector<std::wstring>& arguments, const Output& output) {
     return 0;
   }
   const platform::ComSession com;
-  return Run(options, output);
+  return options.list ? List(output) : Run(options, output);
 }
 
 }  // namespace simulator

@@ -2,19 +2,36 @@
 
 #include <shlwapi.h>
 
+#include <algorithm>
+#include <iterator>
+
+#include "simulator/gdiplus_session.h"
+
 namespace simulator {
 
 const wchar_t kDemoHelp[] =
-    LR"(scan_demo: opens the scan dialog for a simulated scanner, as a WIA application would.
+    LR"(scan_demo: opens the scan dialog as a WIA application would, for a simulated scanner or for a real device.
+
+  --list               names the WIA devices: number, name, identifier
+  --device WHICH       opens one of them, by its number, name or identifier; after each preview and scan it prints what
+                       the dialog asked for and what the driver took
+  --folder DIR         where the scan is written (the current folder)
+  --file NAME          its name without extension (Scan)
+  --tour DIR           nobody sits at the screen: goes through preview, zoom, pan, turn, frame and scan with real
+                       pointer and keyboard input, and keeps a picture of each step in DIR
+  --steps N            ends the tour after N steps (1: the dialog opened, 2: a preview) and closes the dialog
+  --close-after MS     closes the dialog, for runs without a user
+  --dll PATH           the library (WiaScanDialog.dll beside this program)
+  --help               this text
+
+The simulated scanner:
 
   --page FILE          a JPEG that lies on the glass and in the feeder; otherwise a test page
   --pages N            sheets in the feeder (1)
   --no-feeder          a device without document feeder
   --no-flatbed         a device without platen
   --resolutions LIST   what the device offers (75,100,150,200,300,400,600)
-  --name kName          the device's name in the dialog's title; registers a device while the program runs
-  --folder DIR         where the scan is written (the current folder)
-  --file kName          its name without extension (Scan)
+  --name NAME          the device's name in the dialog's title; registers a device while the program runs
   --fault WHAT         something goes wrong; may be repeated:
       status:CODE@PERCENT      the device reports CODE, the transfer goes on
       stop:CODE@PERCENT        the device reports CODE, the transfer ends with it
@@ -23,15 +40,12 @@ const wchar_t kDemoHelp[] =
       cut:BYTES[=HRESULT]      the page ends early                 pause:MS@PERCENT  the device stalls
       result:HRESULT           what the transfer answers           streams:N         pages sent
       thread                   callbacks on another thread         null-record       a callback without a record
-  --tour DIR           nobody sits at the screen: goes through preview, zoom, pan, turn, frame and scan with real
-                       pointer and keyboard input, and keeps a picture of each step in DIR
-  --steps N            ends the tour after N steps (1: the dialog opened, 2: a preview) and closes the dialog
-  --close-after MS     closes the dialog, for runs without a user
-  --dll PATH           the library (WiaScanDialog.dll beside this program)
-  --help               this text
 
-CODE and HRESULT in hexadecimal, 0x800403EA for example is a paper jam. The dialog's language is the user's: on Wine
-set LC_ALL, for example LC_ALL=he_IL.UTF-8.
+CODE and HRESULT are hexadecimal, with 0x or without. The dialog's language is the user's.
+
+    scan_demo --no-feeder --resolutions 200,300     a flatbed without 400 and 600 dpi
+    scan_demo --fault status:800403EA@50            a paper jam at half of the page
+    scan_demo --device 1 --folder .                 a real device
 
 Ends with 0 when the dialog was scanned with or closed, 1 when something failed, 2 for a wrong command line.
 )";
@@ -60,6 +74,8 @@ bool ApplyFlag(const std::wstring& name, DemoOptions& options) {
     options.scanner.hasFeeder = false;
   } else if (name == L"--no-flatbed") {
     options.scanner.hasFlatbed = false;
+  } else if (name == L"--list") {
+    options.list = true;
   } else if (name == L"--help") {
     options.help = true;
   } else {
@@ -71,6 +87,9 @@ bool ApplyFlag(const std::wstring& name, DemoOptions& options) {
 std::wstring* TextOption(const std::wstring& name, DemoOptions& options) {
   if (name == L"--page") {
     return &options.scanner.pageFile;
+  }
+  if (name == L"--device") {
+    return &options.device;
   }
   if (name == L"--name") {
     return &options.name;
@@ -85,6 +104,45 @@ std::wstring* TextOption(const std::wstring& name, DemoOptions& options) {
     return &options.tour;
   }
   return name == L"--dll" ? &options.library : nullptr;
+}
+
+bool ConcernsTheSimulation(const std::wstring& name) {
+  constexpr const wchar_t* kNames[] = {L"--page",        L"--pages", L"--no-feeder", L"--no-flatbed",
+                                       L"--resolutions", L"--name",  L"--fault"};
+  return std::find(std::begin(kNames), std::end(kNames), name) != std::end(kNames);
+}
+
+// As the simulated scanner will read it.
+bool IsPicture(const std::wstring& path) {
+  const GdiplusSession session;
+  Gdiplus::Bitmap picture(path.c_str());
+  return picture.GetLastStatus() == Gdiplus::Ok && picture.GetWidth() > 0;
+}
+
+// By trying: rights, a full disk and a read-only medium look alike afterwards.
+bool CanWriteInto(const std::wstring& folder) {
+  wchar_t path[MAX_PATH] = {};
+  return GetTempFileNameW(folder.c_str(), L"wsd", 0, path) != 0 && DeleteFileW(path);
+}
+
+// What is wrong with a file or folder that the options name; empty: nothing.
+std::wstring FileMistake(const DemoOptions& options) {
+  const std::wstring& page = options.scanner.pageFile;
+  if (!page.empty() && !PathFileExistsW(page.c_str())) {
+    return L"There is no page file " + page;
+  }
+  if (!page.empty() && !IsPicture(page)) {
+    return page + L" is no picture; --page takes a JPEG";
+  }
+  for (const std::wstring& folder : {options.folder, options.tour}) {
+    if (!folder.empty() && !PathIsDirectoryW(folder.c_str())) {
+      return L"There is no folder " + folder;
+    }
+    if (!folder.empty() && !CanWriteInto(folder)) {
+      return L"Nothing can be written into the folder " + folder + L"; name another one";
+    }
+  }
+  return {};
 }
 
 enum class Applied { yes, badValue, unknown };
@@ -121,8 +179,10 @@ Applied ApplyValue(const std::wstring& name, const std::wstring& value, DemoOpti
 
 std::variant<DemoOptions, std::wstring> ParseCommandLine(const std::vector<std::wstring>& arguments) {
   DemoOptions options;
+  std::wstring simulated;  // an option that has no meaning for a real device
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     const std::wstring& name = arguments[i];
+    simulated = ConcernsTheSimulation(name) ? name : simulated;
     if (ApplyFlag(name, options)) {
       continue;
     }
@@ -139,11 +199,11 @@ std::variant<DemoOptions, std::wstring> ParseCommandLine(const std::vector<std::
     }
     ++i;
   }
-  if (!options.scanner.pageFile.empty() && !PathFileExistsW(options.scanner.pageFile.c_str())) {
-    return L"There is no page file " + options.scanner.pageFile;
+  if (!options.device.empty() && !simulated.empty()) {
+    return simulated + L" is for the simulated scanner and can't go with --device";
   }
-  if (!PathIsDirectoryW(options.folder.c_str())) {
-    return L"There is no folder " + options.folder;
+  if (const std::wstring mistake = FileMistake(options); !mistake.empty()) {
+    return mistake;
   }
   return options;
 }

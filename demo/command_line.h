@@ -11,6 +11,8 @@
 namespace simulator {
 
 struct DemoOptions {
+  bool list = false;    // name the real devices, open nothing
+  std::wstring device;  // a real one, by number, name or identifier; empty: the simulated scanner
   ScannerConfiguration scanner;
   FaultPlan faults;
   std::wstring library = L"WiaScanDialog.dll";  // without a folder: beside the program
