@@ -9,6 +9,7 @@
 #include "tests/support/dialog_harness.h"
 #include "tests/support/platform_faults.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/test_data.h"
 
 namespace {
 
@@ -74,7 +75,7 @@ TEST(Demo, RefusesWhatCantBeBeforeAnythingOpens) {
 
 TEST(Demo, HelpNamesWhatIsTaken) {
   const TemporaryFolder folder;
-  const std::wstring picture = (std::filesystem::path(WSD_TEST_DATA) / L"grey.jpg").wstring();
+  const std::wstring picture = (TestData() / L"grey.jpg").wstring();
   const std::pair<const wchar_t*, std::wstring> samples[] = {
       {L"CODE", L"800403EA"}, {L"HRESULT", L"0x80004005"}, {L"PERCENT", L"50"}, {L"BYTES", L"10"},
       {L"\\bK\\b", L"3"},     {L"\\bN\\b", L"2"},          {L"\\bMS\\b", L"1"}, {L"DIR", folder.path.wstring()},

@@ -7,6 +7,7 @@
 
 #include "tests/support/image_samples.h"
 #include "tests/support/platform_faults.h"
+#include "tests/support/test_data.h"
 
 namespace {
 
@@ -19,8 +20,7 @@ using Names = std::set<std::wstring>;
 class ImageFile : public testing::Test {
  protected:
   void Take(const char* name) {
-    std::filesystem::copy_file(std::filesystem::path(WSD_TEST_DATA) / name, file,
-                               std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::copy_file(simulator::TestData() / name, file, std::filesystem::copy_options::overwrite_existing);
   }
   void MakeQuadrants(float dpiX, float dpiY) { ASSERT_TRUE(samples::WriteQuadrants(file, 64, 32, dpiX, dpiY)); }
   static void Write(const std::filesystem::path& path, const std::string& bytes) {

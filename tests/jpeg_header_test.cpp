@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "tests/support/damaged_jpeg.h"
+#include "tests/support/test_data.h"
 
 namespace {
 
@@ -36,7 +37,7 @@ TEST(JpegHeader, FindsTheFrameAmongOtherSegments) {
 
 // Under the sanitizers natively: whatever the bytes, nothing is read past them, and the search ends.
 TEST(JpegHeader, SurvivesDamage) {
-  const std::vector<Content> kinds = simulator::JpegsIn(WSD_TEST_DATA);
+  const std::vector<Content> kinds = simulator::JpegsIn(simulator::TestData());
   for (const Content& kind : kinds) EXPECT_GT(ClaimedPixels(kind), 0);
   ASSERT_GE(kinds.size(), 5U);
   const char* wanted = std::getenv("WSD_MUTATIONS");

@@ -10,6 +10,7 @@
 #include "entry/class_factory.h"
 #include "tests/support/dialog_harness.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/test_data.h"
 
 namespace {
 
@@ -19,9 +20,7 @@ constexpr wchar_t kHandler[] =
     L"CLSID\\{9010E5D3-AA46-4339-8055-770823255443}\\shellex\\WiaDialogExtensionHandlers\\"
     L"{7C3E51A2-4B90-4D6E-9F21-58A0C4D7E913}";
 
-fs::path Packaged(const wchar_t* name) {
-  return fs::absolute(fs::path(WSD_TEST_DATA) / L"../../packaging" / name).lexically_normal();
-}
+fs::path Packaged(const wchar_t* name) { return simulator::TestData().parent_path() / L"packaging" / name; }
 
 void Import(const wchar_t* name) {
   EXPECT_EQ(_wsystem((L"regedit /S \"" + Packaged(name).wstring() + L"\"").c_str()), 0);

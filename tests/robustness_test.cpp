@@ -18,6 +18,7 @@
 #include "tests/support/robustness.h"
 #include "tests/support/scan_host.h"
 #include "tests/support/simulated_user.h"
+#include "tests/support/test_data.h"
 
 namespace {
 
@@ -232,7 +233,7 @@ TEST_F(Robustness, HostileDevice) {
 
 TEST_F(Robustness, DamagedFiles) {
   what = "damaged JPEG files through pane and transforms";
-  std::vector<Content> kinds = simulator::JpegsIn(WSD_TEST_DATA);
+  std::vector<Content> kinds = simulator::JpegsIn(simulator::TestData());
   kinds.push_back(page);
   ASSERT_GE(kinds.size(), 6U);
   const std::filesystem::path path = folder.path / L"damaged.jpg";

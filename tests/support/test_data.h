@@ -1,0 +1,22 @@
+// The sample files: in the folder "data" beside the program, so that both can be moved together.
+#pragma once
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+#include <filesystem>
+
+namespace simulator {
+
+inline std::filesystem::path TestData() {
+#ifdef _WIN32
+  wchar_t program[MAX_PATH] = {};
+  GetModuleFileNameW(nullptr, program, MAX_PATH);
+  return std::filesystem::path(program).parent_path() / "data";
+#else
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "data";
+#endif
+}
+
+}  // namespace simulator
