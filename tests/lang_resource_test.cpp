@@ -1,10 +1,10 @@
 // Language, strings and font. The suite that names the locale also runs under others (see CMakeLists.txt).
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <map>
 
 #include "tests/support/dialog_harness.h"
+#include "tests/support/machine.h"
 #include "tests/support/platform_faults.h"
 
 namespace {
@@ -31,9 +31,7 @@ TEST(LangResourceLocale, FollowsTheUsersLocale) {
   };
   LANG_RESOURCE resource(g_hInstance);
   const std::uint32_t language = resource.GetUserLanguage();
-  const char* wanted = std::getenv("WSD_LANGUAGE");
-  ASSERT_EQ(language, std::strtoul(wanted != nullptr ? wanted : "0409", nullptr, 16))
-      << "the locale did not take effect";
+  ASSERT_EQ(language, simulator::UsersLanguage()) << "the locale did not take effect";
   const auto& [table, rightToLeft] = expected.at(language);
   EXPECT_EQ(TextOf(resource, IDS_ORIGINAL_SIZE), TextOf(resource, IDS_ORIGINAL_SIZE, table));
   EXPECT_EQ(TextOf(resource, IDS_ZOOM_100), L"100%");

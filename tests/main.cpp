@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "tests/support/dialog_harness.h"
+#include "tests/support/machine.h"
 
 namespace harness {
 
@@ -31,6 +32,7 @@ INT_PTR RunDialog(TestDialog& dialog, const TestDialog::Script& script, DEVICEDI
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
+  simulator::TakeMachine(argc, argv);
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
   CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
   g_hInstance = harness::Library();

@@ -9,6 +9,7 @@
 
 #include "entry/class_factory.h"
 #include "tests/support/dialog_harness.h"
+#include "tests/support/machine.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/test_data.h"
 
@@ -67,6 +68,9 @@ UINT CALLBACK AskNobody(void*, UINT notification, UINT_PTR, UINT_PTR) {
 }
 
 TEST(Registration, RegFile) {
+  if (simulator::LeaveMachine()) {
+    GTEST_SKIP() << "registers the library on this machine";
+  }
   fs::copy_file(harness::LibraryPath(), WindowsFolder() + L"\\System32\\WiaScanDialog.dll",
                 fs::copy_options::overwrite_existing);
   Import(L"register.reg");
@@ -74,6 +78,9 @@ TEST(Registration, RegFile) {
 }
 
 TEST(Registration, InfSections) {
+  if (simulator::LeaveMachine()) {
+    GTEST_SKIP() << "registers the library on this machine";
+  }
   // A driver package in small: the sections in an INF of its own, and this architecture's library under every name. Of
   // the registry only the machine's own view: Wine 8 knows no FLG_ADDREG_32BITKEY and would write both into one.
   const bool is64Bit = sizeof(void*) == 8;

@@ -2,12 +2,16 @@
 
 #include "platform/registry_reader.h"
 #include "platform/scoped.h"
+#include "tests/support/machine.h"
 
 namespace {
 
 class RegistryReader : public testing::Test {
  protected:
   void SetUp() override {
+    if (simulator::LeaveMachine()) {
+      GTEST_SKIP() << "writes to the registry";
+    }
     HKEY made = nullptr;
     ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, kName, 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &made,
                               nullptr),
@@ -48,6 +52,9 @@ TEST_F(RegistryReader, BoundsValues) {
 
 // A 64-bit driver's entries are in the 64-bit view, where a 32-bit application has to ask for them.
 TEST(RegistryReaderView, FindsWhatExistsInThe64BitViewOnly) {
+  if (simulator::LeaveMachine()) {
+    GTEST_SKIP() << "writes to the registry";
+  }
   SYSTEM_INFO system = {};
   GetNativeSystemInfo(&system);
   const bool emulated = sizeof(void*) == 4 && system.wProcessorArchitecture != PROCESSOR_ARCHITECTURE_INTEL;

@@ -321,7 +321,7 @@ TEST_F(Transfer, DeviceErrorsAreShownOnce) {
       ASSERT_EQ(user.Texts().size(), stringId != 0 ? 1U : 0U) << std::hex << status;
       if (stringId != 0) {
         wchar_t text[260] = {};
-        LoadStringW(g_hInstance, stringId, text, 260);
+        LANG_RESOURCE(g_hInstance).GetTextW(stringId, text, 260);
         EXPECT_EQ(user.Texts()[0], text);
       }
       EXPECT_EQ(Reported(), L"(none)");
