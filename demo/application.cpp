@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "demo/batch_report.h"
+#include "demo/check.h"
 #include "demo/command_line.h"
 #include "demo/recorder.h"
 #include "demo/tour.h"
@@ -259,6 +260,9 @@ int RunDemo(const std::vector<std::wstring>& arguments, const Output& output) {
   if (options.help) {
     output.line(kDemoHelp);
     return 0;
+  }
+  if (!options.check.empty()) {
+    return RunCheck(FullPath(options.check), output);
   }
   const platform::ComSession com;
   return options.list ? List(output) : Run(options, output);

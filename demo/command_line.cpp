@@ -21,6 +21,7 @@ const wchar_t kDemoHelp[] =
                        pointer and keyboard input, and keeps a picture of each step in DIR
   --steps N            ends the tour after N steps (1: the dialog opened, 2: a preview) and closes the dialog
   --close-after MS     closes the dialog, for runs without a user
+  --check DIR          runs every test of the check kit that was unpacked into DIR; check.cmd starts it
   --dll PATH           the library (WiaScanDialog.dll beside this program)
   --help               this text
 
@@ -88,6 +89,9 @@ std::wstring* TextOption(const std::wstring& name, DemoOptions& options) {
   if (name == L"--page") {
     return &options.scanner.pageFile;
   }
+  if (name == L"--check") {
+    return &options.check;
+  }
   if (name == L"--device") {
     return &options.device;
   }
@@ -134,7 +138,7 @@ std::wstring FileMistake(const DemoOptions& options) {
   if (!page.empty() && !IsPicture(page)) {
     return page + L" is no picture; --page takes a JPEG";
   }
-  for (const std::wstring& folder : {options.folder, options.tour}) {
+  for (const std::wstring& folder : {options.folder, options.tour, options.check}) {
     if (!folder.empty() && !PathIsDirectoryW(folder.c_str())) {
       return L"There is no folder " + folder;
     }

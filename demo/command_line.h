@@ -22,6 +22,7 @@ struct DemoOptions {
   std::wstring tour;  // folder for the pictures; empty: a user sits at the screen
   int steps = Tour::kSteps;
   DWORD closeAfter = 0;  // milliseconds; 0: the user closes the dialog
+  std::wstring check;    // folder of the check kit, to run its tests; empty: no check
   bool help = false;
 };
 

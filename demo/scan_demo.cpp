@@ -6,16 +6,13 @@
 #include <exception>
 
 #include "demo/application.h"
+#include "demo/text.h"
 #include "platform/scoped.h"
 
 namespace {
 
 void Print(std::FILE* file, const std::wstring& line) {
-  const int length = static_cast<int>(line.size());
-  std::string text(line.size() * 3, '\0');
-  text.resize(static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, line.c_str(), length, text.data(),
-                                                           static_cast<int>(text.size()), nullptr, nullptr)));
-  std::fputs((text + "\n").c_str(), file);
+  std::fputs((simulator::Narrowed(line) + "\n").c_str(), file);
   std::fflush(file);
 }
 

@@ -4,6 +4,7 @@
 #include <regex>
 
 #include "demo/application.h"
+#include "demo/check.h"
 #include "demo/command_line.h"
 #include "simulator/device_manager.h"
 #include "tests/support/dialog_harness.h"
@@ -106,7 +107,7 @@ TEST(Demo, HelpNamesWhatIsTaken) {
     }
     expectTaken(arguments);
   }
-  EXPECT_EQ(options, 16);
+  EXPECT_EQ(options, 17);
   int faults = 0;
   const std::wregex fault(L"  ([a-z-]+(?::[^ ]+)?)  ");
   const std::wstring list = help.substr(help.find(L"--fault"), help.find(L"CODE and") - help.find(L"--fault"));
@@ -205,6 +206,47 @@ TEST(Demo, DeviceUnpluggedInMidTransfer) {
     EXPECT_TRUE(IsWholeJpeg(folder.path / page) && Says(ran.lines, L" bytes in " + folder.File(page)));
   }
   EXPECT_TRUE(Says(ran.mistakes, L"The last transfer failed"));
+}
+
+TEST(DemoCheck, ProgramsEndOrAreEnded) {
+  const TemporaryFolder folder;
+  const Ended ended = RunProgram(L"cmd /c \"echo said& exit 3\"", folder.path.wstring(), 60000);
+  EXPECT_TRUE(ended.error == ERROR_SUCCESS && !ended.hung && ended.code == 3 && ended.said == "said\r\n") << ended.said;
+  EXPECT_EQ(RunProgram(folder.File(L"none.exe"), folder.path.wstring(), 60000).error, DWORD{ERROR_FILE_NOT_FOUND});
+  // Its child, the one that hangs, holds the file open.
+  const std::wstring held = folder.File(L"held");
+  const Ended hung = RunProgram(L"cmd /c \"cmd /c for /l %i in (0,0,1) do @rem > held\"", folder.path.wstring(), 1000);
+  EXPECT_TRUE(hung.hung);
+  EXPECT_TRUE(DeleteFileW(held.c_str()));
+}
+
+TEST(DemoCheck, VerdictsAreWhatTheTestSaid) {
+  const std::string list = "Suite.\r\n  One\r\n  Two  # GetParam() = 3\r\nOther/0.  # TypeParam = int\r\n  Three\r\n";
+  EXPECT_EQ(TestsIn(list), (std::vector<std::string>{"Suite.One", "Suite.Two", "Other/0.Three"}));
+  const std::pair<Ended, const wchar_t*> ends[] = {
+      {{.said = "[       OK ] S.T (3 ms)\r\n"}, L"passed   S.T"},
+      {{.said = "[ RUN      ] S.T\r\nwhy\r\n[  SKIPPED ] S.T (0 ms)\r\n"}, L"skipped  S.T: why"},
+      {{.said = "[==========] Running 0 tests\r\n"}, L"FAILED   S.T: code 0"},
+      {{.code = 1, .said = "[       OK ] S.T (3 ms)\r\nand then a crash"}, L"FAILED   S.T: code 1"},
+      {{.hung = true, .said = "[       OK ] S.T (3 ms)\r\n"}, L"FAILED   S.T: hung, and was ended"},
+      {{.error = 5}, L"FAILED   S.T: not started, error 5"},
+  };
+  for (const auto& [ended, verdict] : ends) {
+    EXPECT_EQ(Verdict(L"S.T", ended), verdict);
+  }
+}
+
+// A kit that can't be run: one architecture's program is none, the others are missing.
+TEST(DemoCheck, WhatDoesNotRunIsSkippedAndWhatIsMissingFails) {
+  const TemporaryFolder kit;
+  std::filesystem::create_directory(kit.path / "arm64");
+  std::ofstream(kit.path / "arm64/wia_scan_dialog_tests.exe") << "no program";
+  const Ran ran = RunLine({L"--check", kit.path.wstring()});
+  EXPECT_EQ(ran.code, 1);
+  std::string report = Bytes(kit.path / "check-report.txt");
+  EXPECT_NE(report.find("skipped  arm64: this PC does not run its programs\r\n"), std::string::npos) << report;
+  EXPECT_NE(report.find("FAILED   x64: the test program does not start, error "), std::string::npos) << report;
+  EXPECT_NE(report.find("\r\nSum: 0 passed, 2 failed, 1 skipped; arm64 does not run here\r\n"), std::string::npos);
 }
 
 }  // namespace
