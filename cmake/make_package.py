@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Packs what an integrator ships: the programs of every architecture, their symbols, notices, INF sections and notes.
+"""Packs two zips: what an integrator ships, the programs of every architecture with symbols, notices, INF sections and
+notes; and the check kit, the test programs and what they need on anybody's Windows PC.
 
-The same files give the same bytes. Nothing is left when they don't fit together.
+The same files give the same bytes. Nothing is left of a zip whose files don't fit together.
 
-  make_package.py BUILD_FOLDER    holds a folder for each architecture; the zip goes to its package folder
+  make_package.py BUILD_FOLDER    holds a folder for each architecture; the zips go to its package folder
 """
 
 import hashlib
@@ -31,24 +32,37 @@ def as_text(text):
     return text.replace("@VERSION@", version()).replace("\n", "\r\n").encode("utf-8")
 
 
+def in_folders(build, names):
+    return {f"{folder}/{name}": (build / folder / name).read_bytes() for folder in ARCHITECTURES for name in names}
+
+
+def with_notices(programs, others, file_system):
+    return programs | others | {check_package.NOTICES: as_text(third_party.notices(programs, file_system))}
+
+
 def collect(build, file_system=pathlib.Path("/")):
-    """Name in the zip -> bytes."""
-    programs, symbols = {}, {}
-    for architecture in ARCHITECTURES:
-        for name in PROGRAMS:
-            programs[f"{architecture}/{name}"] = (build / architecture / name).read_bytes()
-        symbols[f"symbols/{architecture}/WiaScanDialog.pdb"] = (
-            build / architecture / "WiaScanDialog.pdb"
-        ).read_bytes()
+    """What an integrator ships: name in the zip -> bytes."""
+    programs = in_folders(build, PROGRAMS)
+    symbols = {f"symbols/{name}": data for name, data in in_folders(build, ["WiaScanDialog.pdb"]).items()}
     # The name under which an INF can have it beside the machine's own.
     programs["x86/WiaScanDialog32.dll"] = programs["x86/WiaScanDialog.dll"]
-    sources = [*(ROOT / "packaging").iterdir(), ROOT / "docs/integrating.md"]
+    sources = [*(ROOT / "packaging").glob("*.*"), ROOT / "docs/integrating.md", ROOT / "CHANGELOG.md"]
     texts = {path.name: as_text(path.read_text("utf-8")) for path in sources}
-    texts[check_package.NOTICES] = as_text(third_party.notices(programs, file_system))
-    return programs | symbols | texts
+    return with_notices(programs, symbols | texts, file_system)
 
 
-def write(files, target):
+def collect_check(build, file_system=pathlib.Path("/")):
+    """The check kit: name in the zip -> bytes."""
+    samples = {f"data/{path.name}": path.read_bytes() for path in (ROOT / "tests/data").glob("*.jpg")}
+    page = ROOT / "docs/trying-on-windows.md"
+    others = {f"{folder}/{name}": data for folder in ARCHITECTURES for name, data in samples.items()}
+    others |= {path.name: as_text(path.read_text("utf-8")) for path in (ROOT / "packaging/check/check.cmd", page)}
+    for picture in re.findall(r"\]\((pictures/[^)]+)\)", page.read_text("utf-8")):
+        others[picture] = (page.parent / picture).read_bytes()
+    return with_notices(in_folders(build, (*PROGRAMS, "wia_scan_dialog_tests.exe")), others, file_system)
+
+
+def write(files, target, check=check_package.check):
     """Writes the zip; ValueError, and no zip, when the check finds something wrong with it."""
     unchecked = target.with_suffix(".unchecked")
     with zipfile.ZipFile(unchecked, "w", zipfile.ZIP_DEFLATED, compresslevel=9) as archive:
@@ -57,7 +71,7 @@ def write(files, target):
             entry = zipfile.ZipInfo(f"{target.stem}/{name}", (1980, 1, 1, 0, 0, 0))
             entry.compress_type, entry.external_attr, entry.create_system = zipfile.ZIP_DEFLATED, 0o644 << 16, 3
             archive.writestr(entry, files[name])
-    if mistakes := check_package.check(unchecked):
+    if mistakes := check(unchecked):
         unchecked.unlink()
         raise ValueError("\n".join(mistakes))
     unchecked.replace(target)
@@ -65,18 +79,22 @@ def write(files, target):
 
 def main():
     build = pathlib.Path(sys.argv[1])
-    target = build / "package" / f"WiaScanDialog-{version()}.zip"
-    target.parent.mkdir(exist_ok=True)
-    target.unlink(missing_ok=True)
-    try:
-        files = collect(build)
-        write(files, target)
-    except (OSError, ValueError) as failure:
-        sys.exit(f"error: nothing was packed: {failure}")
-    for name in sorted(files):
-        print(f"{len(files[name]):9} {name}")
-    print(f"{target.stat().st_size} bytes, sha256 {hashlib.sha256(target.read_bytes()).hexdigest()}")
-    print(target)
+    for kind, collecting, check in (
+        ("", collect, check_package.check),
+        ("-check", collect_check, check_package.check_notices),
+    ):
+        target = build / "package" / f"WiaScanDialog-{version()}{kind}.zip"
+        target.parent.mkdir(exist_ok=True)
+        target.unlink(missing_ok=True)
+        try:
+            files = collecting(build)
+            write(files, target, check)
+        except (OSError, ValueError) as failure:
+            sys.exit(f"error: {target.name} was not packed: {failure}")
+        for name in sorted(files):
+            print(f"{len(files[name]):9} {name}")
+        print(f"{target.stat().st_size} bytes, sha256 {hashlib.sha256(target.read_bytes()).hexdigest()}")
+        print(target)
 
 
 if __name__ == "__main__":

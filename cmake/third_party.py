@@ -64,7 +64,7 @@ class Component:
     sources: tuple
 
 
-MINGW, GCC, LLVM = "mingw-w64-common", "gcc-mingw-w64-base", "clang-19"
+MINGW, GCC, LLVM, TESTS = "mingw-w64-common", "gcc-mingw-w64-base", "clang-19", "googletest"
 COMPONENTS = (
     Component("mingw-w64: start-up code and C runtime (includes gdtoa)", b"Mingw-w64 runtime failure", (Source(
         f"usr/share/doc/{MINGW}/copyright",
@@ -82,8 +82,10 @@ COMPONENTS = (
                ("Hewlett-Packard", "Silicon Graphics")))),
     Component("LLVM: compiler-rt, libunwind, libc++abi and libc++", b"libc++abi", (Source(
         f"usr/share/doc/{LLVM}/copyright", machine_readable("*"), ("LLVM Exceptions",)),)),
+    Component("Google Test", b"tests written using Google Test", (Source(
+        f"usr/share/doc/{TESTS}/copyright", machine_readable("*"), ("Google Inc.", "Redistributions in binary form")),)),
 )
-CXX_RUNTIMES = COMPONENTS[2:]
+CXX_RUNTIMES = COMPONENTS[2:4]
 
 
 def contained(name, data):

@@ -12,9 +12,10 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.dont_write_bytecode = True  # nothing is left among the sources
 sys.path.append(str(ROOT / "cmake"))
 import make_package  # noqa: E402
+from make_package import check_package  # noqa: E402
 import third_party  # noqa: E402
 
-MINGW, THREADS, GCC, LLVM = third_party.COMPONENTS
+MINGW, THREADS, GCC, LLVM, TESTS = third_party.COMPONENTS
 CONTAINED = {"x64": (0x8664, [MINGW, THREADS, GCC]), "x86": (0x14C, [MINGW, THREADS, GCC]), "arm64": (0xAA64, [MINGW, LLVM])}
 COPYRIGHT_FILES = {
     f"usr/share/doc/{third_party.MINGW}/copyright": """Files: *
@@ -44,6 +45,8 @@ License: of-tools
     f"usr/share/doc/{third_party.GCC}/copyright": "GCC is Copyright; either version 3\nThe libbacktrace library\n"
     "GCC RUNTIME LIBRARY EXCEPTION\n1. Grant of Additional Permission\nlibquadmath/",
     f"usr/share/doc/{third_party.LLVM}/copyright": "Files: *\nCopyright: LLVM\nLicense: Apache\n LLVM Exceptions",
+    f"usr/share/doc/{third_party.TESTS}/copyright": "Files: *\nCopyright: Google Inc.\nLicense: BSD-C3\n"
+    " Redistributions in binary form",
     "usr/lib/gcc/i686-w64-mingw32/12-posix/include/c++/bits/stl_algobase.h": "/* No notice. */\n"
     "/*\n * Hewlett-Packard\n * Permission to use\n */\n/*\n * Silicon Graphics\n * Permission to use\n */\n",
 }
@@ -83,6 +86,8 @@ class Package(unittest.TestCase):
         for architecture, contained in CONTAINED.items():
             for name in (*make_package.PROGRAMS, "WiaScanDialog.pdb"):
                 self.put(f"build/{architecture}/{name}", program(*contained))
+            machine, components = contained
+            self.put(f"build/{architecture}/wia_scan_dialog_tests.exe", program(machine, [*components, TESTS]))
         for path, text in COPYRIGHT_FILES.items():
             self.put(path, text.encode())
         self.files = make_package.collect(self.folder / "build", self.folder)
@@ -111,6 +116,21 @@ class Package(unittest.TestCase):
         self.assertEqual(pages[LLVM.name].count("\\"), 2)
         self.assertIn("What gdtoa asks for", pages[MINGW.name])
         self.assertNotIn("tool", notices)
+
+    def test_check_kit(self):
+        files = make_package.collect_check(self.folder / "build", self.folder)
+        make_package.write(files, self.target, check_package.check_notices)
+        self.assertEqual(
+            {name for name in files if name.startswith("x86/")},
+            {f"x86/{name}" for name in (*make_package.PROGRAMS, "wia_scan_dialog_tests.exe")}
+            | {f"x86/data/{path.name}" for path in (ROOT / "tests/data").glob("*.jpg")},
+        )
+        self.assertRegex(files["check.cmd"], rb"^@echo off\r\n")
+        self.assertIn("pictures/dialog.png", files)
+        self.assertRegex(files["THIRD-PARTY.txt"], rb"Google Test\r\n\r\nIn arm64\\wia_scan_dialog_tests.exe\r\n")
+        self.assertNotRegex(files["check.cmd"], rb"(?i)z:|wine|wsd_")
+        with self.assertRaisesRegex(ValueError, "says nothing of x64/more.exe"):
+            make_package.write(files | {"x64/more.exe": b""}, self.target, check_package.check_notices)
 
     def test_inf(self):
         for old, new, message in BROKEN_INF:
@@ -141,7 +161,7 @@ class Package(unittest.TestCase):
                     self.put(path, text)
                 else:
                     (self.folder / path).unlink()
-                if third_party.LLVM in path:
+                if third_party.LLVM in path or third_party.TESTS in path:
                     third_party.notices(programs, self.folder)  # of no concern to this program
                     continue
                 with self.subTest(path), self.assertRaisesRegex(ValueError, "there is no /" if not text else "nothing of"):

@@ -131,12 +131,27 @@ def check_inf(inf, files, wrong):
             wrong(f"[DestinationDirs] names [{name}], which is referred to nowhere")
 
 
-def check(package):
-    """The mistakes of a packed zip, a path or a file."""
-    mistakes = []
+def unpack(package):
     with zipfile.ZipFile(package) as archive:
         names = [name for name in archive.namelist() if not name.endswith("/")]
-        files = {name.partition("/")[2].lower(): archive.read(name) for name in names}
+        return {name.partition("/")[2].lower(): archive.read(name) for name in names}
+
+
+def check_notices(package):
+    """The mistakes of a packed zip of programs, a path or a file."""
+    files = unpack(package)
+    notices = files[NOTICES.lower()].decode("utf-8").lower()
+    return [
+        f"{NOTICES} says nothing of {name}"
+        for name in sorted(files)
+        if name.endswith((".dll", ".exe")) and name.replace("/", "\\") not in notices
+    ]
+
+
+def check(package):
+    """The mistakes of what an integrator ships."""
+    mistakes = []
+    files = unpack(package)
     for required in (INF, NOTICES):
         if required.lower() not in files:
             return [f"the zip lacks {required}"]
@@ -146,13 +161,7 @@ def check(package):
         return [f"{INF}: {failure}"]
     check_tokens(inf, mistakes.append)
     check_inf(inf, files, mistakes.append)
-    notices = files[NOTICES.lower()].decode("utf-8").lower()
-    mistakes += [
-        f"{NOTICES} says nothing of {name}"
-        for name in sorted(files)
-        if name.endswith((".dll", ".exe")) and name.replace("/", "\\") not in notices
-    ]
-    return mistakes
+    return mistakes + check_notices(package)
 
 
 def main():
