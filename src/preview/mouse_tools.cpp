@@ -117,16 +117,19 @@ void SCAN_DIALOG::OnMouseMove(HWND hDlg, WPARAM /*wParam*/, LPARAM lParam) {
   if (m_bTransferring || (!m_bPanTool && !m_bSelectTool && !m_bZoomTool)) {
     return;
   }
+  UpdatePaneCursor(hDlg, lParam);
+  if (!m_bMouseInPane) {
+    // Only what is held: after a release the platform tells of the pointer anew, and would find another one here.
+    if (GetCapture() != nullptr) {
+      ReleaseCapture();
+    }
+    return;
+  }
   // Held while the pointer is over the pane: a window that has the mouse captured is asked for no cursor, so the tool's
   // cursor stays. To ask for what is held already costs a fifth of a movement where another process answers.
   if (!m_bHasCapture) {
     SetCapture(hDlg);
     m_bHasCapture = true;
-  }
-  UpdatePaneCursor(hDlg, lParam);
-  if (!m_bMouseInPane) {
-    ReleaseCapture();
-    return;
   }
   if (m_bPanTool) {
     if (m_bButtonDown) {
