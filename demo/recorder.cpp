@@ -18,6 +18,7 @@ void Quietly(Body body) noexcept {
   try {
     body();
   } catch (...) {
+    return;
   }
 }
 

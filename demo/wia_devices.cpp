@@ -66,6 +66,7 @@ WiaDevices FindWiaDevices() {
 
 std::vector<std::wstring> DescribeDevices(const WiaDevices& devices) {
   std::vector<std::wstring> lines;
+  lines.reserve(devices.found.size());
   for (const WiaDevice& device : devices.found) {
     lines.push_back(std::to_wstring(lines.size() + 1) + L"  " + Title(device));
   }
