@@ -20,7 +20,8 @@ using Names = std::set<std::wstring>;
 class ImageFile : public testing::Test {
  protected:
   void Take(const char* name) {
-    std::filesystem::copy_file(simulator::TestData() / name, file, std::filesystem::copy_options::overwrite_existing);
+    // Not the C++ library's function: GCC's takes two files of one drive for the same.
+    ASSERT_TRUE(CopyFileW((simulator::TestData() / name).c_str(), file.c_str(), FALSE));
   }
   void MakeQuadrants(float dpiX, float dpiY) { ASSERT_TRUE(samples::WriteQuadrants(file, 64, 32, dpiX, dpiY)); }
   static void Write(const std::filesystem::path& path, const std::string& bytes) {
