@@ -125,8 +125,10 @@ void SCAN_DIALOG::FillLists() {
 
 void SCAN_DIALOG::TakeOtherControls() {
   m_hwndBrightness = GetDlgItem(m_hDlg, IDC_BRIGHTNESS);
-  SendMessageW(m_hwndBrightness, TBM_SETRANGEMIN, FALSE, settings::kBrightnessMinimum);
-  SendMessageW(m_hwndBrightness, TBM_SETRANGEMAX, FALSE, settings::kBrightnessMaximum);
+  SendMessageW(m_hwndBrightness, TBM_SETRANGEMIN, TRUE, settings::kBrightnessMinimum);
+  SendMessageW(m_hwndBrightness, TBM_SETRANGEMAX, TRUE, settings::kBrightnessMaximum);
+  // Wine 8 keeps the thumb where it was in the old range until the position changes.
+  SendMessageW(m_hwndBrightness, TBM_SETPOS, FALSE, settings::kBrightnessMaximum);
   SendMessageW(m_hwndBrightness, TBM_SETPOS, TRUE, settings::kBrightnessDefault);
   m_hwndAutoBrightness = GetDlgItem(m_hDlg, IDC_AUTO_BRIGHTNESS);
   m_hwndReverseImage = GetDlgItem(m_hDlg, IDC_REVERSE_IMAGE);
