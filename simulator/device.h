@@ -111,7 +111,8 @@ HRESULT Answer(Device& device, const char* method, Body body) noexcept {
     if (fault && fault->kind == CallFault::Kind::result) {
       return fault->result;
     }
-    return body(fault);
+    const HRESULT result = body(fault);
+    return fault && fault->kind == CallFault::Kind::lateResult ? fault->result : result;
   } catch (const std::bad_alloc&) {
     return E_OUTOFMEMORY;
   } catch (...) {

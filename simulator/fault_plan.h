@@ -23,6 +23,7 @@ inline constexpr HRESULT kCommunicationError = static_cast<HRESULT>(0x8021000A);
 struct CallFault {
   enum class Kind {
     result,      // answers `result` and does nothing else: outputs are null, empty or untouched
+    lateResult,  // does its work and then answers `result`
     wrongType,   // ReadMultiple and GetPropertyAttributes answer S_OK with values of another type
     wrongCount,  // Next answers S_OK without an item; GetPropertyAttributes a list that claims more than it holds
   };
