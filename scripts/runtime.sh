@@ -39,6 +39,13 @@ runtime_make_prefix() {
   fi
 }
 
+# Keeps the runtime's services between programs, which cost each of them seconds. They are started here, without output: one
+# of a test's would stay open as long as they live.
+runtime_keep_services() {
+  wineserver --persistent
+  wine cmd /c exit </dev/null >/dev/null 2>&1
+}
+
 # A window manager draws the caption and gives windows the focus, as a user's desktop does.
 runtime_start_window_manager() {
   openbox --sm-disable >"$LOGS/window-manager.log" 2>&1 &
