@@ -11,6 +11,7 @@
 #include "demo/batch_report.h"
 #include "demo/check.h"
 #include "demo/command_line.h"
+#include "demo/dialog_finder.h"
 #include "demo/recorder.h"
 #include "demo/tour.h"
 #include "demo/wia_devices.h"
@@ -206,7 +207,16 @@ int RunSimulated(HMODULE library, const DemoOptions& options, const Output& outp
       output.mistake(L"The device can't be registered, the title stays empty");
     }
   }
-  const SimulatedScanner scanner(options.scanner, options.faults);
+  FaultPlan plan = options.faults;
+  if (!options.tour.empty()) {
+    plan.hook = [&options, taken = false](const TransferPoint& point) mutable {
+      if (!taken && point.percent >= 50) {
+        taken = true;
+        SaveWindowPicture(FindScanDialog(), FullPath(options.tour) + L"\\2-scanning.png");
+      }
+    };
+  }
+  const SimulatedScanner scanner(options.scanner, std::move(plan));
   const int code = RunWith(library, scanner.Root(), scanner, options, output);
   output.line(L"Calls to the device: " + std::to_wstring(scanner.Calls().size()));
   return code;

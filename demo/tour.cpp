@@ -258,8 +258,18 @@ int Tour::ZoomPercent() const {
 }
 
 void Tour::TakePicture(const wchar_t* name) {
+  const std::wstring path = m_folder + L"\\" + std::to_wstring(m_step) + L"-" + name + L".png";
+  if (!SaveWindowPicture(m_dialog, path)) {
+    m_report(L"the picture " + path + L" can't be written");
+  }
+}
+
+bool SaveWindowPicture(HWND window, const std::wstring& path) {
+  // Wine 8 brings what a thread has drawn to the screen when that thread asks for messages.
+  MSG message;
+  PeekMessageW(&message, nullptr, 0xBFFF, 0xBFFF, PM_NOREMOVE);
   RECT frame = {};
-  GetWindowRect(m_dialog, &frame);
+  GetWindowRect(window, &frame);
   const int width = frame.right - frame.left;
   const int height = frame.bottom - frame.top;
   const platform::WindowDC screen(GetDesktopWindow());
@@ -269,10 +279,7 @@ void Tour::TakePicture(const wchar_t* name) {
     const platform::SelectedObject selected(memory.get(), bitmap.get());
     BitBlt(memory.get(), 0, 0, width, height, screen.get(), frame.left, frame.top, SRCCOPY);
   }
-  const std::wstring path = m_folder + L"\\" + std::to_wstring(m_step) + L"-" + name + L".png";
-  if (!SavePng(static_cast<HBITMAP>(bitmap.get()), path)) {
-    m_report(L"the picture " + path + L" can't be written");
-  }
+  return SavePng(static_cast<HBITMAP>(bitmap.get()), path);
 }
 
 }  // namespace simulator

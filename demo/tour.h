@@ -11,6 +11,9 @@
 
 namespace simulator {
 
+// A picture of a window as it is on the screen. False when the file can't be written.
+bool SaveWindowPicture(HWND window, const std::wstring& path);
+
 // Drives the dialog of this process with real pointer and keyboard input from a thread of its own, checks after each
 // step that it happened, and keeps a picture of the screen: "<folder>\1-opened.png" and so on. Start it before the
 // dialog is opened. A step that does not happen within a minute fails the tour. A tour that does not come to the
