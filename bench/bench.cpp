@@ -120,7 +120,7 @@ INT_PTR BenchDialog::OnInitDialog(HWND hDlg, WPARAM wParam, LPARAM lParam) {
 
 INT_PTR BenchDialog::OnAppMessage(HWND hDlg, UINT message, WPARAM /*wParam*/, LPARAM /*lParam*/) {
   if (message == kRunScript) {
-    simulator::HandleMessages(hDlg);
+    harness::HandleMessages(hDlg);
     m_script(*this);
     EndDialog(hDlg, IDCANCEL);
   }

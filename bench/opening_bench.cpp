@@ -69,7 +69,7 @@ INT_PTR CALLBACK BareDialogProc(HWND hDlg, UINT message, WPARAM /*wParam*/, LPAR
     Fill(hDlg, reinterpret_cast<const BareDialog*>(lParam)->contents);
     PostMessageW(hDlg, kOpened, 0, lParam);
   } else if (message == kOpened) {
-    simulator::HandleMessages(hDlg);
+    harness::HandleMessages(hDlg);
     reinterpret_cast<const BareDialog*>(lParam)->opened();
     EndDialog(hDlg, IDCANCEL);
   }

@@ -59,7 +59,7 @@ void Load(BenchDialog& d, const Page& page, const std::wstring& folder) {
   const std::wstring copy = folder + L"\\preview.jpg";
   CopyFileW(page.file.c_str(), copy.c_str(), FALSE);
   d.UpdatePreviewImage(copy.c_str());
-  simulator::HandleMessages(d.m_hDlg);
+  harness::HandleMessages(d.m_hDlg);
 }
 
 std::vector<double> DrawRatios(BenchDialog& d, PreviewDrawMode mode, double zoom, int rounds) {
@@ -68,7 +68,7 @@ std::vector<double> DrawRatios(BenchDialog& d, PreviewDrawMode mode, double zoom
   // The dialog's pending paint would be a second draw: what is drawn is shown between the measurements.
   return Compare(rounds, Whole([&] { d.DrawPreviewImage(d.m_hDlg, 600, 800, mode, zoom); }),
                  Whole([&] { BareDraw(d, {zoom, d.m_nScrollX, d.m_nScrollY}); }),
-                 [&] { simulator::HandleMessages(d.m_hDlg); });
+                 [&] { harness::HandleMessages(d.m_hDlg); });
 }
 
 void MeasureDraws(BenchDialog& d, std::span<const Page> pages, const std::wstring& folder) {
@@ -101,7 +101,7 @@ void MeasureStep(BenchDialog& d, const std::string& name, double target, const s
     const bool forward = steps++ % 2 == 0;
     const int before = g_loads;
     step(forward);
-    simulator::HandleMessages(d.m_hDlg);
+    harness::HandleMessages(d.m_hDlg);
     loads.push_back(g_loads - before);
     views[forward] = {d.m_dZoom, d.m_nScrollX, d.m_nScrollY};
   };
@@ -110,7 +110,7 @@ void MeasureStep(BenchDialog& d, const std::string& name, double target, const s
   const std::vector<double> ratios = Compare(40, Whole(ours), [&](int round) {
     return Seconds([&] {
       BareDraw(d, views[round % 2 == 0]);
-      simulator::HandleMessages(d.m_hDlg);
+      harness::HandleMessages(d.m_hDlg);
     });
   });
   PrintFigure(name, kBareDraw, ratios, target);
@@ -149,7 +149,7 @@ double DragMilliseconds(BenchDialog& d, const Page& page, const std::wstring& fo
   const double seconds = Seconds([&] {
     for (int i = 0; i < kMoves; ++i) {
       SendMessageW(d.m_hDlg, WM_MOUSEMOVE, MK_LBUTTON, PaneAt(d, 20 + i % 50, 30 + i % 40));
-      simulator::HandleMessages(d.m_hDlg);
+      harness::HandleMessages(d.m_hDlg);
     }
   });
   SendMessageW(d.m_hDlg, WM_LBUTTONUP, 0, PaneAt(d, 50, 50));
@@ -164,7 +164,7 @@ double TextMilliseconds(const BenchDialog& d) {
            for (int i = 0; i < kTexts; ++i) {
              const std::wstring text = L" 20mm x " + std::to_wstring(i) + L"mm";
              SendMessageW(bar, SB_SETTEXTW, 2, reinterpret_cast<LPARAM>(text.c_str()));
-             simulator::HandleMessages(d.m_hDlg);
+             harness::HandleMessages(d.m_hDlg);
            }
          });
 }

@@ -18,8 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr DWORD kPatience = 300000;  // milliseconds for a test, or the tour; slow machines take a minute
-constexpr DWORD kWarning = 10000;    // milliseconds to let go of the mouse
-const std::vector<const wchar_t*> kLanguages = {L"0409", L"0C0A", L"0401", L"040D", L"0C07"};
+constexpr DWORD kWarning = 10000;
 constexpr const char* kSkipped = "[  SKIPPED ]";
 const std::wstring kPassedWord = L"passed   ";
 const std::wstring kFailedWord = L"FAILED   ";
@@ -187,15 +186,9 @@ class Check {
       return;
     }
     for (const std::string& test : TestsIn(listed.said)) {
-      // The tests are made for an English user; these for several.
-      const bool local = test.starts_with("LangResourceLocale.");
-      for (const wchar_t* language : local ? kLanguages : std::vector{kLanguages.front()}) {
-        const Ended ended = RunProgram(
-            tests + L"--leave-machine --language " + language + L" --gtest_color=no --gtest_filter=" + Widened(test),
-            folder.wstring(), kPatience);
-        Count(Verdict(name + L" " + Widened(test) + (local ? L" for " + std::wstring(language) : L""), ended),
-              ended.said);
-      }
+      const Ended ended = RunProgram(tests + L"--leave-machine --gtest_color=no --gtest_filter=" + Widened(test),
+                                     folder.wstring(), kPatience);
+      Count(Verdict(name + L" " + Widened(test), ended), ended.said);
     }
     TakeTour(name, folder);
     NoteArchitecture(name + L" ran");

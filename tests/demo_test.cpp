@@ -7,13 +7,14 @@
 #include "demo/check.h"
 #include "demo/command_line.h"
 #include "simulator/device_manager.h"
-#include "tests/support/dialog_harness.h"
 #include "tests/support/platform_faults.h"
+#include "tests/support/simulated_user.h"
 #include "tests/support/temporary_folder.h"
-#include "tests/support/test_data.h"
+#include "tests/support/machine.h"
 
 namespace {
 
+using namespace harness;
 using namespace simulator;
 
 struct Ran {
@@ -29,13 +30,10 @@ Ran RunLine(const std::vector<std::wstring>& arguments) {
   return ran;
 }
 
-// Works the dialog from another thread: its commands in turn.
+// A user who gives the dialog these commands, and closes it.
 Ran RunAndPress(const std::vector<std::wstring>& arguments, const std::vector<int>& commands) {
-  const DialogDriver user([&](HWND dialog) {
-    for (const int command : commands) {
-      SendMessageW(dialog, WM_COMMAND, static_cast<WPARAM>(command), 0);
-    }
-    PostMessageW(dialog, WM_CLOSE, 0, 0);
+  const SimulatedUser user([&](SimulatedUser& at) {
+    for (const int command : commands) at.Press(command);
   });
   return RunLine(arguments);
 }
@@ -72,49 +70,6 @@ TEST(Demo, RefusesWhatCantBeBeforeAnythingOpens) {
   EXPECT_EQ(ran.code, 2);
   EXPECT_TRUE(Says(ran.mistakes, L"Nothing can be written into the folder " + folder.path.wstring()));
   EXPECT_EQ(folder.Names().size(), 1u);
-}
-
-TEST(Demo, HelpNamesWhatIsTaken) {
-  const TemporaryFolder folder;
-  const std::wstring picture = (TestData() / L"grey.jpg").wstring();
-  const std::pair<const wchar_t*, std::wstring> samples[] = {
-      {L"CODE", L"800403EA"}, {L"HRESULT", L"0x80004005"}, {L"PERCENT", L"50"}, {L"BYTES", L"10"},
-      {L"\\bK\\b", L"3"},     {L"\\bN\\b", L"2"},          {L"\\bMS\\b", L"1"}, {L"DIR", folder.path.wstring()},
-      {L"FILE", picture},     {L"LIST", L"200,300"},       {L"[\\[\\]]", L""},
-  };
-  const auto filled = [&](std::wstring value) {
-    for (const auto& [pattern, sample] : samples) {
-      std::wstring escaped = std::regex_replace(sample, std::wregex(L"\\$"), L"$$$$");
-      value = std::regex_replace(value, std::wregex(pattern), escaped);
-    }
-    return value;
-  };
-  const std::wstring help = kDemoHelp;
-  const auto expectTaken = [](const std::vector<std::wstring>& arguments) {
-    const auto parsed = ParseCommandLine(arguments);
-    const std::wstring* mistake = std::get_if<std::wstring>(&parsed);
-    EXPECT_TRUE(mistake == nullptr) << *mistake;
-  };
-  int options = 0;
-  const std::wregex option(L"\\n  (--[a-z-]+)(?: ([A-Z]+))?  ");
-  for (std::wsregex_iterator found(help.begin(), help.end(), option), end; found != end; ++found, ++options) {
-    if ((*found)[1] == L"--fault") {
-      continue;
-    }
-    std::vector<std::wstring> arguments = {(*found)[1]};
-    if ((*found)[2].matched) {
-      arguments.push_back(filled((*found)[2]));
-    }
-    expectTaken(arguments);
-  }
-  EXPECT_EQ(options, 17);
-  int faults = 0;
-  const std::wregex fault(L"  ([a-z-]+(?::[^ ]+)?)  ");
-  const std::wstring list = help.substr(help.find(L"--fault"), help.find(L"CODE and") - help.find(L"--fault"));
-  for (std::wsregex_iterator found(list.begin(), list.end(), fault), end; found != end; ++found, ++faults) {
-    expectTaken({L"--fault", filled((*found)[1])});
-  }
-  EXPECT_EQ(faults, 12);
 }
 
 TEST(Demo, RealDevices) {

@@ -1,21 +1,24 @@
 // The library as its clients see it, and DeviceDialog's bracket around the dialog.
 #include <gtest/gtest.h>
 
-#include <thread>
-
+#include "dialog/base_dialog.h"
 #include "entry/class_factory.h"
 #include "entry/wia_ui_extension.h"
+#include "platform/module_instance.h"
 #include "platform/module_state.h"
-#include "simulator/simulated_scanner.h"
-#include "tests/support/dialog_harness.h"
+#include "resources/lang_resource.h"
+#include "tests/support/allocation_fault.h"
+#include "tests/support/image_samples.h"
+#include "tests/support/scan_host.h"
 
 namespace {
 
+using namespace harness;
 using platform::ComPtr;
 
 template <class Function>
 Function Export(const char* name) {
-  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(harness::Library(), name)));
+  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(Library(), name)));
 }
 
 HRESULT ClassObject(REFCLSID clsid, REFIID iid, void** object) {
@@ -24,15 +27,21 @@ HRESULT ClassObject(REFCLSID clsid, REFIID iid, void** object) {
 
 HRESULT CanUnload() { return Export<HRESULT(WINAPI*)()>("DllCanUnloadNow")(); }
 
-void* const GARBAGE = reinterpret_cast<void*>(0x10);
+void* const kGarbage = reinterpret_cast<void*>(0x10);
+
+// What the library does without its resources.
+struct WithoutResources {
+  WithoutResources() { g_hInstance = GetModuleHandleW(nullptr); }
+  ~WithoutResources() { g_hInstance = Library(); }
+};
 
 TEST(Entry, ClassObjectAndUnloading) {
   EXPECT_EQ(CanUnload(), S_OK);
   EXPECT_EQ(ClassObject(IID_IUnknown, IID_IUnknown, nullptr), E_INVALIDARG);
-  void* object = GARBAGE;
+  void* object = kGarbage;
   EXPECT_EQ(ClassObject(IID_IUnknown, IID_IClassFactory, &object), CLASS_E_CLASSNOTAVAILABLE);
   EXPECT_EQ(object, nullptr);
-  object = GARBAGE;
+  object = kGarbage;
   EXPECT_EQ(ClassObject(CLSID_WiaScanDialog, IID_IWiaUIExtension2, &object), E_NOINTERFACE);
   EXPECT_EQ(object, nullptr);
   EXPECT_EQ(CanUnload(), S_OK);
@@ -40,10 +49,6 @@ TEST(Entry, ClassObjectAndUnloading) {
   ComPtr<IClassFactory> factory;
   ASSERT_EQ(ClassObject(CLSID_WiaScanDialog, IID_IClassFactory, &factory), S_OK);
   EXPECT_EQ(CanUnload(), S_FALSE);
-  EXPECT_EQ(factory->AddRef(), 2U);
-  EXPECT_EQ(factory->AddRef(), 2U);
-  EXPECT_EQ(factory->Release(), 1U);
-  EXPECT_EQ(factory->Release(), 1U);
   EXPECT_EQ(factory->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
   EXPECT_EQ(factory->LockServer(TRUE), S_OK);
   IClassFactory* locked = factory.Get();
@@ -56,16 +61,16 @@ TEST(Entry, ClassObjectAndUnloading) {
 }
 
 TEST(Entry, FactoryMakesCountedObjects) {
-  void* object = GARBAGE;
+  void* object = kGarbage;
   EXPECT_EQ(g_classFactory.CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
   EXPECT_EQ(g_classFactory.CreateInstance(&g_classFactory, IID_IUnknown, &object), CLASS_E_NOAGGREGATION);
   EXPECT_EQ(object, nullptr);
-  object = GARBAGE;
+  object = kGarbage;
   EXPECT_EQ(g_classFactory.CreateInstance(nullptr, IID_IClassFactory, &object), E_NOINTERFACE);
   EXPECT_EQ(object, nullptr);
   EXPECT_EQ(g_cLocks, 0) << "an object that lacks the interface is freed again";
   {
-    const harness::AllocationFault fault(1);
+    const AllocationFault fault(1);
     EXPECT_EQ(g_classFactory.CreateInstance(nullptr, IID_IUnknown, &object), E_OUTOFMEMORY);
   }
   ComPtr<IWiaUIExtension2> extension;
@@ -74,103 +79,59 @@ TEST(Entry, FactoryMakesCountedObjects) {
   EXPECT_EQ(extension->AddRef(), 2U);
   EXPECT_EQ(extension->Release(), 1U);
   EXPECT_EQ(extension->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
-  object = GARBAGE;
+  object = kGarbage;
   EXPECT_EQ(extension->QueryInterface(IID_IClassFactory, &object), E_NOINTERFACE);
   EXPECT_EQ(object, nullptr);
+  EXPECT_EQ(extension->DeviceDialog(nullptr), E_INVALIDARG);
   extension.Reset();
   EXPECT_EQ(g_cLocks, 0);
 }
 
-class EntryDialog : public testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(g_classFactory.CreateInstance(nullptr, IID_IWiaUIExtension2, &extension), S_OK);
-    request.lNumFiles = 77;
-    request.pbstrFilePaths = reinterpret_cast<BSTR*>(0x20);
-  }
-  // DeviceDialog with a user who gives this command. The outputs must be as the caller left them.
-  HRESULT Run(int command) {
-    const harness::DialogDriver user([command](HWND dialog) { PostMessageW(dialog, WM_COMMAND, command, 0); });
-    const HRESULT result = extension->DeviceDialog(&request);
-    EXPECT_EQ(request.lNumFiles, 77);
-    EXPECT_EQ(request.pbstrFilePaths, reinterpret_cast<BSTR*>(0x20));
-    EXPECT_EQ(request.pWiaItem, nullptr);
-    EXPECT_EQ(g_pLangResource, nullptr);
-    return result;
-  }
-  ComPtr<IWiaUIExtension2> extension;
-  DEVICEDIALOGDATA2 request = {};
-};
-
-TEST_F(EntryDialog, ResultsOfTwoDialogsInARow) {
+TEST(EntryDialog, ResultsOfDialogsInARow) {
   constexpr HRESULT kTooLong = static_cast<HRESULT>(0x8007007A);
-  EXPECT_EQ(extension->DeviceDialog(nullptr), E_INVALIDARG);
-  EXPECT_EQ(Run(IDCANCEL), S_FALSE);
-  EXPECT_EQ(Run(IDC_SCAN), S_OK);
+  ScanHost host;
+  host.scanner->SetFaults({.streamContent = Quadrants(90, 90, 100, 100)});
+  EXPECT_EQ(host.Scan(), S_OK);
   for (const auto& [length, result] : {std::pair{259U, S_OK}, std::pair{260U, kTooLong}}) {
-    const platform::BasicString name(SysAllocString(std::wstring(length, L'n').c_str()));
-    request.bstrFilename = name.get();
-    EXPECT_EQ(Run(IDC_SCAN), result) << length;
-    EXPECT_EQ(Run(IDCANCEL), S_FALSE) << length;
+    host.fileName = std::wstring(length, L'n');
+    EXPECT_EQ(host.Scan(), result) << length;
+    EXPECT_EQ(host.Run([](SimulatedUser&) {}), S_FALSE) << length;
   }
+  const WithoutResources none;
+  EXPECT_EQ(host.Scan(), kTooLong) << "no dialog can be made";
+  host.fileName = L"n";
+  EXPECT_EQ(host.Scan(), S_OK);
 }
 
-// An application that scans with the library as it is linked into this program.
-struct ScanningHost {
-  HRESULT Run(simulator::SimulatedUser::Task task) {
+TEST(EntryDialog, ASecondDialogAtOnceIsRefused) {
+  ScanHost host;
+  EXPECT_EQ(host.Run([](SimulatedUser& user) {
+    DEVICEDIALOGDATA2 other = {};
     ComPtr<IWiaUIExtension2> extension;
-    EXPECT_EQ(g_classFactory.CreateInstance(nullptr, IID_IWiaUIExtension2, &extension), S_OK);
-    const platform::BasicString folderName(SysAllocString(folder.path.c_str()));
-    const platform::BasicString fileName(SysAllocString(L"Scan"));
-    const auto root = scanner.Root();
-    request = {};
-    request.pIWiaItemRoot = root.Get();
-    request.bstrFolderName = folderName.get();
-    request.bstrFilename = fileName.get();
-    const simulator::SimulatedUser user(std::move(task));
-    return extension->DeviceDialog(&request);
-  }
-  // Of the page that was reported, which is deleted. 0: none was.
-  UINT TakeWidth() {
-    if (request.lNumFiles != 1) return 0;
-    const UINT width = samples::Picture(request.pbstrFilePaths[0]).GetWidth();
-    DeleteFileW(request.pbstrFilePaths[0]);
-    SysFreeString(request.pbstrFilePaths[0]);
-    CoTaskMemFree(request.pbstrFilePaths);
-    request.pWiaItem->Release();
-    request.lNumFiles = 0;
-    return width;
-  }
-  samples::GdiPlus gdiplus;
-  samples::TemporaryFolder folder;
-  simulator::SimulatedScanner scanner;
-  DEVICEDIALOGDATA2 request = {};
-};
-
-void DoMainJob(simulator::SimulatedUser& user) { user.DoMainJob(); }
+    g_classFactory.CreateInstance(nullptr, IID_IWiaUIExtension2, &extension);
+    EXPECT_EQ(extension->DeviceDialog(&other), HRESULT_FROM_WIN32(ERROR_BUSY));
+    EXPECT_TRUE(user.IsShown() && user.IsEnabled(IDC_SCAN));
+  }),
+            S_FALSE);
+}
 
 // Page turned and cut also where the thread has no COM; it has none afterwards.
 TEST(EntryHost, WorksInEveryApartment) {
-  UINT expected = 0;
   for (const int apartment : {-1, static_cast<int>(COINIT_APARTMENTTHREADED), static_cast<int>(COINIT_MULTITHREADED)}) {
-    UINT width = 0;
-    APTTYPE before = APTTYPE_CURRENT;
-    APTTYPE after = APTTYPE_CURRENT;
-    std::thread([&] {
+    RunOnThread(apartment, 0x100000, [apartment] {
+      APTTYPE before = APTTYPE_CURRENT;
+      APTTYPE after = APTTYPE_CURRENT;
       APTTYPEQUALIFIER qualifier = {};
-      if (apartment >= 0) CoInitializeEx(nullptr, static_cast<DWORD>(apartment));
       CoGetApartmentType(&before, &qualifier);
-      ScanningHost host;
-      EXPECT_EQ(host.Run(DoMainJob), S_OK) << apartment;
-      width = host.TakeWidth();
+      ScanHost host;
+      host.scanner->SetFaults({.streamContent = Quadrants(1700, 2200, 200, 200)});
+      EXPECT_EQ(host.Run([](SimulatedUser& user) { user.DoMainJob(); }), S_OK) << apartment;
       CoGetApartmentType(&after, &qualifier);
-      if (apartment >= 0) CoUninitialize();
-    }).join();
-    EXPECT_EQ(before, after) << apartment;
-    expected = expected == 0 ? width : expected;
-    EXPECT_EQ(width, expected) << apartment;
+      EXPECT_EQ(before, after) << apartment;
+      const GdiPlus session;
+      EXPECT_LT(Picture(host.Reported()).GetWidth(), 1700U) << apartment;
+    });
   }
-  EXPECT_GT(expected, 0U);
 }
 
 // The look and the density that a thread has, as far as this platform knows the latter.
@@ -178,8 +139,7 @@ struct ThreadContexts {
   ThreadContexts() {
     GetCurrentActCtx(&look);
     if (look != nullptr) ReleaseActCtx(look);
-    using Get = HANDLE(WINAPI*)();
-    const auto get = Function<Get>("GetThreadDpiAwarenessContext");
+    const auto get = Function<HANDLE(WINAPI*)()>("GetThreadDpiAwarenessContext");
     density = get != nullptr ? get() : nullptr;
   }
   template <class Type>
@@ -215,22 +175,20 @@ TEST(EntryHost, TheThreadsContextsAreAsBefore) {
   const auto set = ThreadContexts::Function<HANDLE(WINAPI*)(HANDLE)>("SetThreadDpiAwarenessContext");
   const HANDLE initial = set != nullptr ? set(perMonitor) : nullptr;
   const ThreadContexts before;
-  ScanningHost host;
-  EXPECT_EQ(host.Run([&](simulator::SimulatedUser& user) {
-    const ThreadContexts inside;
-    EXPECT_NE(inside.look, before.look);
+  ScanHost host;
+  host.Run([&](SimulatedUser& user) {
+    EXPECT_NE(ThreadContexts().look, before.look);
     const auto ofWindow = ThreadContexts::Function<HANDLE(WINAPI*)(HWND)>("GetWindowDpiAwarenessContext");
     EXPECT_TRUE(ofWindow == nullptr || ThreadContexts::SameDensity(ofWindow(user.Dialog()), system));
-    const std::wstring file = FileOfClass(GetDlgItem(user.Dialog(), IDC_STATUS_BAR));
+    const std::wstring file = FileOfClass(user.Control(IDC_STATUS_BAR));
     EXPECT_NE(file.find(L"common-controls_6595b64144ccf1df_6."), std::wstring::npos)
         << std::filesystem::path(file).string();
-    user.Press(IDCANCEL);
-  }),
-            S_FALSE);
+  });
   EXPECT_TRUE(ThreadContexts() == before);
-  g_hInstance = GetModuleHandleW(nullptr);  // no template, and no manifest of the library's
-  EXPECT_EQ(host.Run(DoMainJob), S_OK);
-  g_hInstance = harness::Library();
+  {
+    const WithoutResources none;  // no template, and no manifest of the library's
+    host.Run([](SimulatedUser&) {});
+  }
   EXPECT_TRUE(ThreadContexts() == before) << "no dialog could be made";
   if (set != nullptr) set(initial);
 }
@@ -243,7 +201,7 @@ struct FailureWhileClosing {
     const auto& message = *reinterpret_cast<const CWPSTRUCT*>(lParam);
     if (message.message == WM_LBUTTONDOWN) pressed = message.lParam;
     if (message.message == WM_DESTROY && GetDlgItem(message.hwnd, IDC_PREVIEW_PANE) != nullptr) {
-      const harness::AllocationFault fault(1, true);
+      const AllocationFault fault(1, true);
       BASE_DIALOG::StaticDialogProc(message.hwnd, WM_LBUTTONDOWN, 0, pressed);
       failed = fault.Count() > 0;
     }
@@ -253,52 +211,24 @@ struct FailureWhileClosing {
 
 TEST(EntryHost, AReportedScanIsNotTakenBack) {
   const HHOOK hook = SetWindowsHookExW(WH_CALLWNDPROC, FailureWhileClosing::Look, nullptr, GetCurrentThreadId());
-  ScanningHost host;
-  const HRESULT result = host.Run([](simulator::SimulatedUser& user) {
-    user.Choose(IDC_FEED_METHOD, 2);
+  ScanHost host;
+  host.scanner->SetFaults({.streamContent = Quadrants(1700, 2200, 200, 200)});
+  host.Run([](SimulatedUser& user) {
     user.Press(IDC_PREVIEW);
     user.Settle();
     user.Press(IDC_TOOL_SELECT);
-    user.Drag(5, 5, 40, 40);
+    user.Drag(9, 9, 90, 90);
     user.Press(IDC_SCAN);
   });
   UnhookWindowsHookEx(hook);
   EXPECT_TRUE(FailureWhileClosing::failed);
-  EXPECT_EQ(SUCCEEDED(result), host.request.lNumFiles == 1);
-  EXPECT_GT(host.TakeWidth(), 0U);
+  EXPECT_EQ(host.result, S_OK);
+  EXPECT_EQ(host.request.lNumFiles, 1);
 }
 
-TEST_F(EntryDialog, ASecondDialogAtOnceIsRefused) {
-  HRESULT second = S_OK;
-  const harness::DialogDriver user([&](HWND dialog) {
-    DEVICEDIALOGDATA2 other = {};
-    second = extension->DeviceDialog(&other);
-    PostMessageW(dialog, WM_CLOSE, 0, 0);
-  });
-  EXPECT_EQ(extension->DeviceDialog(&request), S_FALSE);
-  EXPECT_EQ(second, HRESULT_FROM_WIN32(ERROR_BUSY));
-}
-
-TEST_F(EntryDialog, NoMemoryAtEachAllocation) {
-  int failing = 1;
-  for (HRESULT result = E_OUTOFMEMORY; result == E_OUTOFMEMORY && failing < 500; ++failing) {
-    const harness::DialogDriver user([](HWND dialog) { PostMessageW(dialog, WM_CLOSE, 0, 0); });
-    const harness::AllocationFault fault(failing);
-    result = extension->DeviceDialog(&request);
-    EXPECT_TRUE(result == E_OUTOFMEMORY || (result == S_FALSE && fault.Count() < failing)) << failing;
-    EXPECT_EQ(g_pLangResource, nullptr);
-  }
-  EXPECT_GT(failing, 5) << "the dialog allocates at least its language resources and pictures";
-}
-
-TEST_F(EntryDialog, WithoutATemplateNothingIsShown) {
-  g_hInstance = GetModuleHandleW(nullptr);
-  EXPECT_EQ(extension->DeviceDialog(&request), S_OK);
-  g_hInstance = harness::Library();
-  EXPECT_EQ(g_pLangResource, nullptr);
-}
-
-TEST_F(EntryDialog, DeviceIconInAnySize) {
+TEST(EntryIcon, DeviceIconInAnySize) {
+  ComPtr<IWiaUIExtension2> extension;
+  ASSERT_EQ(g_classFactory.CreateInstance(nullptr, IID_IWiaUIExtension2, &extension), S_OK);
   EXPECT_EQ(extension->GetDeviceIcon(nullptr, nullptr, 32), E_INVALIDARG);
   for (const int size : {16, 32, 48}) {
     HICON icon = nullptr;
@@ -310,14 +240,12 @@ TEST_F(EntryDialog, DeviceIconInAnySize) {
     const platform::GdiObject mask(info.hbmMask);
     BITMAP bitmap = {};
     GetObjectW(info.hbmColor, sizeof(bitmap), &bitmap);
-    EXPECT_EQ(bitmap.bmWidth, size);
-    EXPECT_EQ(bitmap.bmHeight, size);
+    EXPECT_EQ(std::pair(bitmap.bmWidth, bitmap.bmHeight), std::pair(LONG{size}, LONG{size}));
   }
-  g_hInstance = GetModuleHandleW(nullptr);
-  auto untouched = static_cast<HICON>(GARBAGE);
+  const WithoutResources none;
+  auto untouched = static_cast<HICON>(kGarbage);
   EXPECT_EQ(extension->GetDeviceIcon(nullptr, &untouched, 32), E_FAIL);
-  EXPECT_EQ(untouched, GARBAGE);
-  g_hInstance = harness::Library();
+  EXPECT_EQ(untouched, kGarbage);
 }
 
 }  // namespace

@@ -6,24 +6,22 @@
 #include <tuple>
 
 #include "tests/support/image_samples.h"
+#include "tests/support/machine.h"
 #include "tests/support/platform_faults.h"
-#include "tests/support/test_data.h"
 
 namespace {
 
 using page::Turn;
-using samples::Bytes;
-using samples::PathBuffer;
-using samples::Picture;
+using namespace harness;
 using Names = std::set<std::wstring>;
 
 class ImageFile : public testing::Test {
  protected:
   void Take(const char* name) {
     // Not the C++ library's function: GCC's takes two files of one drive for the same.
-    ASSERT_TRUE(CopyFileW((simulator::TestData() / name).c_str(), file.c_str(), FALSE));
+    ASSERT_TRUE(CopyFileW((TestData() / name).c_str(), file.c_str(), FALSE));
   }
-  void MakeQuadrants(float dpiX, float dpiY) { ASSERT_TRUE(samples::WriteQuadrants(file, 64, 32, dpiX, dpiY)); }
+  void MakeQuadrants(float dpiX, float dpiY) { ASSERT_TRUE(WriteQuadrants(file, 64, 32, dpiX, dpiY)); }
   static void Write(const std::filesystem::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
   }
@@ -47,8 +45,8 @@ class ImageFile : public testing::Test {
     EXPECT_EQ(folder.Names(), names) << what;
   }
 
-  samples::GdiPlus gdiplus;
-  samples::TemporaryFolder folder;
+  GdiPlus gdiplus;
+  TemporaryFolder folder;
   const std::wstring file = folder.File(L"Image.JPG");
 };
 
@@ -59,7 +57,7 @@ TEST_F(ImageFile, EncoderIsFoundByItsExactTypeOnly) {
   }
   EXPECT_EQ(clsid, CLSID_NULL);
   EXPECT_GE(scanning::GetEncoderClsid(L"image/jpeg", &clsid), 0);
-  EXPECT_TRUE(IsEqualCLSID(clsid, samples::kJpegEncoder));
+  EXPECT_TRUE(IsEqualCLSID(clsid, kJpegEncoder));
 }
 
 TEST_F(ImageFile, TurnsAndKeepsTheResolution) {
@@ -82,7 +80,7 @@ TEST_F(ImageFile, TurnsAndKeepsTheResolution) {
       }
     }
   }
-  ASSERT_TRUE(samples::WriteQuadrants(file, 1, 40, 300, 300));
+  ASSERT_TRUE(WriteQuadrants(file, 1, 40, 300, 300));
   EXPECT_TRUE(scanning::rotateImageFile(4, PathBuffer(file)));
   ExpectPicture("GYGY", 40, 1);
   EXPECT_TRUE(scanning::rotateImageFile(1, PathBuffer(folder.File(L"none.jpg")))) << "must not be opened";
@@ -166,7 +164,7 @@ TEST_F(ImageFile, WhatThePlatformDecodesIsTurnedAndCut) {
     if (!loads) continue;
     EXPECT_TRUE(scanning::rotateImageFile(2, PathBuffer(file)));
     ExpectPicture("BRYG", 32, 64, std::filesystem::path(format).string());
-    EXPECT_TRUE(simulator::IsWholeJpeg(file));
+    EXPECT_TRUE(IsWholeJpeg(file));
   }
 }
 
@@ -191,7 +189,7 @@ TEST_F(ImageFile, SaysWhereTheImageIs) {
     PathBuffer path(file);
     BOOL done = FALSE;
     {
-      const simulator::PlatformFaults faults(simulator::PlatformCalls::files, {failing, false, ERROR_ACCESS_DENIED});
+      const PlatformFaults faults(PlatformCalls::files, {failing, false, ERROR_ACCESS_DENIED});
       done = scanning::rotateImageFile(2, path);
       calls = failing == 0 ? faults.Count() : calls;
     }

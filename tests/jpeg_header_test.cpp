@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "tests/support/damaged_jpeg.h"
-#include "tests/support/test_data.h"
+#include "tests/support/machine.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ TEST(JpegHeader, FindsTheFrameAmongOtherSegments) {
 
 // Under the sanitizers natively: whatever the bytes, nothing is read past them, and the search ends.
 TEST(JpegHeader, SurvivesDamage) {
-  const std::vector<Content> kinds = simulator::JpegsIn(simulator::TestData());
+  const std::vector<Content> kinds = harness::JpegsIn(harness::TestData());
   for (const Content& kind : kinds) EXPECT_GT(ClaimedPixels(kind), 0);
   ASSERT_GE(kinds.size(), 5U);
   const char* wanted = std::getenv("WSD_MUTATIONS");
@@ -45,7 +45,7 @@ TEST(JpegHeader, SurvivesDamage) {
   std::mt19937 random(5);
   long lost = 0;
   for (long i = 0; i < mutations; ++i) {
-    Content file = simulator::Damaged(kinds[static_cast<std::size_t>(i) % kinds.size()], random);
+    Content file = harness::Damaged(kinds[static_cast<std::size_t>(i) % kinds.size()], random);
     file.shrink_to_fit();  // so that the sanitizer sees a read past the end
     const std::int64_t pixels = ClaimedPixels(file);
     ASSERT_TRUE(pixels >= 0 && pixels <= 0xFFFFLL * 0xFFFF) << i;

@@ -1,38 +1,14 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <cstring>
 
-#include "tests/support/dialog_harness.h"
+#include "platform/module_instance.h"
 #include "tests/support/machine.h"
-
-namespace harness {
-
-std::filesystem::path LibraryPath() {
-  wchar_t program[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, program, MAX_PATH);
-  return std::filesystem::path(program).parent_path() / L"WiaScanDialog.dll";
-}
-
-HMODULE Library() {
-  static const HMODULE library = LoadLibraryW(LibraryPath().c_str());
-  return library;
-}
-
-INT_PTR RunDialog(TestDialog& dialog, const TestDialog::Script& script, DEVICEDIALOGDATA2* request) {
-  const samples::GdiPlus gdiplus;
-  DEVICEDIALOGDATA2 empty = {};
-  dialog.script = script;
-  const INT_PTR endCode = dialog.DoModal(request != nullptr ? request : &empty);
-  delete g_pLangResource;
-  g_pLangResource = nullptr;
-  return endCode;
-}
-
-}  // namespace harness
+#include "tests/support/scan_host.h"
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
-  simulator::TakeMachine(argc, argv);
+  harness::leaveMachine = argc > 1 && std::strcmp(argv[1], "--leave-machine") == 0;
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
   CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
   g_hInstance = harness::Library();

@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 #include <oleacc.h>
 
-#include "tests/support/dialog_harness.h"
+#include "tests/support/scan_host.h"
 
 namespace {
 
-using harness::TestDialog;
+using namespace harness;
 
 // What the platform calls a window. The name of a drop-down list is its label's: Windows looks for it by itself, Wine
 // gives the current entry.
@@ -32,16 +32,7 @@ std::wstring SpokenName(HWND window) {
   return text;
 }
 
-std::vector<HWND> VisibleControls(HWND dialog) {
-  std::vector<HWND> visible;
-  for (HWND child = GetWindow(dialog, GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
-    if ((GetWindowLongPtrW(child, GWL_STYLE) & WS_VISIBLE) != 0) visible.push_back(child);
-  }
-  return visible;
-}
-
-// Runs under several languages, by the suite's name.
-TEST(LangResourceLocale, EveryControlHasAName) {
+TEST(Names, EveryControlHasOne) {
   const struct {
     int control;
     const wchar_t* english;
@@ -66,72 +57,72 @@ TEST(LangResourceLocale, EveryControlHasAName) {
               {IDC_SCAN, L"Scan", L"סריקה"},
               {IDC_DEFAULT, L"Default", L"ברירת מחדל"},
               {IDCANCEL, L"Close", L"סגירה"}};
-  TestDialog dialog;
-  harness::RunDialog(dialog, [&](TestDialog& shown) {
-    const WORD language = static_cast<WORD>(g_pLangResource->GetUserLanguage());
-    for (const auto& row : rows) {
-      const std::wstring name = SpokenName(shown.Control(row.control));
-      EXPECT_FALSE(name.empty()) << row.control;
-      if (language == 0x0409 || language == 0x040D) {
-        EXPECT_EQ(name, language == 0x0409 ? row.english : row.hebrew) << row.control;
+  for (const bool isEnglish : {true, false}) {
+    ScanHost host;
+    host.language = isEnglish ? "0409" : "040D";
+    host.Run([&](SimulatedUser& user) {
+      for (const auto& row : rows) {
+        EXPECT_EQ(SpokenName(user.Control(row.control)), isEnglish ? row.english : row.hebrew) << row.control;
       }
-    }
-    for (const HWND control : VisibleControls(shown.m_hDlg)) {
-      EXPECT_NE(SpokenName(control).substr(0, 4), L"IDC_") << "a symbol of ours, from the template";
-    }
-  });
+      for (HWND child = GetWindow(user.Dialog(), GW_CHILD); child != nullptr; child = GetWindow(child, GW_HWNDNEXT)) {
+        EXPECT_TRUE(!IsWindowVisible(child) || !SpokenName(child).starts_with(L"IDC_")) << "a symbol of ours";
+      }
+    });
+  }
 }
 
-class Names : public testing::Test {
- protected:
-  static HWND Tips(HWND dialog) {
-    HWND found = nullptr;
-    while ((found = FindWindowExW(nullptr, found, TOOLTIPS_CLASSW, nullptr)) != nullptr) {
-      if (GetWindow(found, GW_OWNER) == dialog) break;
-    }
-    return found;
-  }
-  // The tip that appears under a resting pointer; empty when none does.
-  static std::wstring TipOver(const TestDialog& dialog, int control) {
-    const HWND tips = Tips(dialog.m_hDlg);
-    SendMessageW(tips, TTM_SETDELAYTIME, TTDT_INITIAL, 1);
-    RECT area = {};
-    GetWindowRect(dialog.Control(control), &area);
-    SetCursorPos(area.left - 3, area.top - 3);  // a pointer that rests where it was is no movement
-    harness::HandleMessages(dialog.m_hDlg);
-    SetCursorPos((area.left + area.right) / 2, (area.top + area.bottom) / 2);
-    wchar_t text[128] = {};
-    for (const ULONGLONG end = GetTickCount64() + 3000; GetTickCount64() < end && !IsWindowVisible(tips); Sleep(5)) {
-      harness::HandleMessages(dialog.m_hDlg);
-    }
-    if (IsWindowVisible(tips)) GetWindowTextW(tips, text, 128);
-    SendMessageW(tips, TTM_POP, 0, 0);
-    return text;
-  }
-};
+HWND Tips(const SimulatedUser& user) {
+  HWND found = nullptr;
+  do {
+    found = FindWindowExW(nullptr, found, TOOLTIPS_CLASSW, nullptr);
+  } while (found != nullptr && GetWindow(found, GW_OWNER) != user.Dialog());
+  return found;
+}
 
-TEST_F(Names, TipsAppearOverEnabledAndDisabledButtons) {
+// The tip that appears under a resting pointer; empty when none does.
+std::wstring TipOver(const SimulatedUser& user, int control) {
+  const HWND tips = Tips(user);
+  SendMessageW(tips, TTM_SETDELAYTIME, TTDT_INITIAL, 1);
+  const RECT area = user.Area(control);
+  SetCursorPos(area.left - 3, area.top - 3);  // a pointer that rests where it was is no movement
+  user.Settle();
+  SetCursorPos((area.left + area.right) / 2, (area.top + area.bottom) / 2);
+  for (const ULONGLONG end = GetTickCount64() + 3000; GetTickCount64() < end && !IsWindowVisible(tips); Sleep(5)) {
+    user.Settle();
+  }
+  wchar_t text[128] = {};
+  if (IsWindowVisible(tips)) GetWindowTextW(tips, text, 128);
+  SendMessageW(tips, TTM_POP, 0, 0);
+  return text;
+}
+
+TEST(Names, TipsAppearOverEnabledAndDisabledButtons) {
   const std::pair<int, const wchar_t*> tips[] = {{IDC_TOOL_SELECT, L"Select Area"},
                                                  {IDC_TOOL_ZOOM, L"Zoom In"},
                                                  {IDC_TOOL_ROTATE, L"Rotate"},
                                                  {IDC_TOOL_PAN, L"Move"}};
   HWND window = nullptr;
-  TestDialog dialog;
-  harness::RunDialog(dialog, [&](TestDialog& shown) {
+  ScanHost host;
+  host.Run([&](SimulatedUser& user) {
     for (const bool enabled : {false, true}) {
       for (const auto& [control, text] : tips) {
-        EnableWindow(shown.Control(control), enabled);
-        EXPECT_EQ(TipOver(shown, control), text) << enabled;
+        EnableWindow(user.Control(control), enabled);
+        EXPECT_EQ(TipOver(user, control), text) << enabled;
       }
     }
-    shown.Command(IDM_ZOOM_OUT);
-    EXPECT_EQ(TipOver(shown, IDC_TOOL_ZOOM), L"Zoom Out");
-    shown.Command(IDM_ZOOM_IN);
-    EXPECT_EQ(TipOver(shown, IDC_TOOL_ZOOM), L"Zoom In");
-    window = Tips(shown.m_hDlg);
+    user.Press(IDM_ZOOM_OUT);
+    EXPECT_EQ(TipOver(user, IDC_TOOL_ZOOM), L"Zoom Out");
+    user.Press(IDM_ZOOM_IN);
+    EXPECT_EQ(TipOver(user, IDC_TOOL_ZOOM), L"Zoom In");
+    window = Tips(user);
   });
   EXPECT_NE(window, nullptr);
   EXPECT_FALSE(IsWindow(window)) << "they go with the dialog";
+  host.language = "0401";
+  host.Run([](SimulatedUser& user) {
+    EXPECT_NE(TipOver(user, IDC_TOOL_PAN), L"");
+    EXPECT_NE(GetWindowLongPtrW(Tips(user), GWL_EXSTYLE) & WS_EX_LAYOUTRTL, 0);
+  });
 }
 
 }  // namespace

@@ -153,23 +153,6 @@ class Package(unittest.TestCase):
         self.assertEqual((done.returncode, list((self.folder / "build/package").iterdir())), (1, []))
         self.assertIn("arm64/scan_demo.exe", done.stderr)
 
-    def test_notices(self):
-        programs = {"x64/a.dll": program(*CONTAINED["x64"])}
-        for path in COPYRIGHT_FILES:
-            for text in (b"of another edition", None):
-                if text:
-                    self.put(path, text)
-                else:
-                    (self.folder / path).unlink()
-                if third_party.LLVM in path or third_party.TESTS in path:
-                    third_party.notices(programs, self.folder)  # of no concern to this program
-                    continue
-                with self.subTest(path), self.assertRaisesRegex(ValueError, "there is no /" if not text else "nothing of"):
-                    third_party.notices(programs, self.folder)
-            self.put(path, COPYRIGHT_FILES[path].encode())
-        with self.assertRaisesRegex(ValueError, "can't be all"):
-            third_party.notices({"x64/a.dll": MINGW.marker}, self.folder)
-
 
 if __name__ == "__main__":
     unittest.main()

@@ -8,10 +8,8 @@
 #include <thread>
 
 #include "entry/class_factory.h"
-#include "tests/support/dialog_harness.h"
 #include "tests/support/machine.h"
-#include "tests/support/temporary_folder.h"
-#include "tests/support/test_data.h"
+#include "tests/support/scan_host.h"
 
 namespace {
 
@@ -21,7 +19,7 @@ constexpr wchar_t kHandler[] =
     L"CLSID\\{9010E5D3-AA46-4339-8055-770823255443}\\shellex\\WiaDialogExtensionHandlers\\"
     L"{7C3E51A2-4B90-4D6E-9F21-58A0C4D7E913}";
 
-fs::path Packaged(const wchar_t* name) { return simulator::TestData().parent_path() / L"packaging" / name; }
+fs::path Packaged(const wchar_t* name) { return harness::TestData().parent_path() / L"packaging" / name; }
 
 void Import(const wchar_t* name) {
   EXPECT_EQ(_wsystem((L"regedit /S \"" + Packaged(name).wstring() + L"\"").c_str()), 0);
@@ -43,9 +41,11 @@ void ExpectUsableUntilUnregistered() {
   EXPECT_EQ(RegQueryValueW(HKEY_CLASSES_ROOT, kHandler, nullptr, nullptr), ERROR_SUCCESS);
   platform::ComPtr<IWiaUIExtension2> extension;
   ASSERT_EQ(CreateExtension(&extension), S_OK);
-  const harness::DialogDriver user([](HWND dialog) { PostMessageW(dialog, WM_CLOSE, 0, 0); });
-  DEVICEDIALOGDATA2 request = {};
-  EXPECT_EQ(extension->DeviceDialog(&request), S_FALSE);
+  harness::ScanHost host;
+  EXPECT_EQ(host.Check([&](DEVICEDIALOGDATA2* request) { return extension->DeviceDialog(request); },
+                       [](harness::SimulatedUser&) {}),
+            "");
+  EXPECT_EQ(host.result, S_FALSE);
   extension.Reset();
   // An object in another apartment could not be reached from this thread: no proxy is known for its interface.
   std::thread([] {
@@ -68,9 +68,7 @@ UINT CALLBACK AskNobody(void*, UINT notification, UINT_PTR, UINT_PTR) {
 }
 
 TEST(Registration, RegFile) {
-  if (simulator::LeaveMachine()) {
-    GTEST_SKIP() << "registers the library on this machine";
-  }
+  if (harness::leaveMachine) GTEST_SKIP() << "registers the library on this machine";
   fs::copy_file(harness::LibraryPath(), WindowsFolder() + L"\\System32\\WiaScanDialog.dll",
                 fs::copy_options::overwrite_existing);
   Import(L"register.reg");
@@ -78,13 +76,11 @@ TEST(Registration, RegFile) {
 }
 
 TEST(Registration, InfSections) {
-  if (simulator::LeaveMachine()) {
-    GTEST_SKIP() << "registers the library on this machine";
-  }
+  if (harness::leaveMachine) GTEST_SKIP() << "registers the library on this machine";
   // A driver package in small: the sections in an INF of its own, and this architecture's library under every name. Of
   // the registry only the machine's own view: Wine 8 knows no FLG_ADDREG_32BITKEY and would write both into one.
   const bool is64Bit = sizeof(void*) == 8;
-  const simulator::TemporaryFolder package;
+  const harness::TemporaryFolder package;
   const std::wstring path = package.File(L"driver.inf");
   std::ofstream(fs::path(path), std::ios::binary)
       << "[Version]\r\nSignature=\"$Windows NT$\"\r\n[Install]\r\nAddReg=WiaScanDialog.Registry\r\n"

@@ -9,7 +9,7 @@ namespace {
 class RegistryReader : public testing::Test {
  protected:
   void SetUp() override {
-    if (simulator::LeaveMachine()) {
+    if (harness::leaveMachine) {
       GTEST_SKIP() << "writes to the registry";
     }
     HKEY made = nullptr;
@@ -52,7 +52,7 @@ TEST_F(RegistryReader, BoundsValues) {
 
 // A 64-bit driver's entries are in the 64-bit view, where a 32-bit application has to ask for them.
 TEST(RegistryReaderView, FindsWhatExistsInThe64BitViewOnly) {
-  if (simulator::LeaveMachine()) {
+  if (harness::leaveMachine) {
     GTEST_SKIP() << "writes to the registry";
   }
   SYSTEM_INFO system = {};

@@ -26,7 +26,7 @@ void* operator new(std::size_t size) {
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
-namespace simulator {
+namespace harness {
 
 AllocationFault::AllocationFault(int failing, bool fromThenOn) {
   countAllocations = true;
@@ -37,4 +37,4 @@ AllocationFault::AllocationFault(int failing, bool fromThenOn) {
 AllocationFault::~AllocationFault() { countAllocations = false; }
 int AllocationFault::Count() const { return allocationCount; }
 
-}  // namespace simulator
+}  // namespace harness

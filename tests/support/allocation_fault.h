@@ -1,7 +1,7 @@
 // Memory that runs out. Linking it replaces the program's operator new, so it is no part of the simulator's library.
 #pragma once
 
-namespace simulator {
+namespace harness {
 
 // Makes the allocation number `failing` (from 1) of this thread, or every one from it on, fail while it lives; 0: none.
 // Counts them.
@@ -14,4 +14,4 @@ class AllocationFault {
   int Count() const;
 };
 
-}  // namespace simulator
+}  // namespace harness

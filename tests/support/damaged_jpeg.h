@@ -6,13 +6,13 @@
 #include <random>
 #include <vector>
 
-namespace simulator {
+namespace harness {
 
 // The contents of the folder's JPEG files.
 std::vector<std::vector<std::uint8_t>> JpegsIn(const std::filesystem::path& folder);
 
-// The file with one to three damages: cut off, bits turned, segment lengths and sizes that lie, markers lost, doubled
-// or put where none belongs, a broken EXIF block, pieces repeated or overwritten. The same seed gives the same damage.
+// The file with one to three damages: cut off, markers, lengths and sizes that lie, pieces lost or doubled, noise. The
+// same seed gives the same damage.
 std::vector<std::uint8_t> Damaged(std::vector<std::uint8_t> jpeg, std::mt19937& random);
 
-}  // namespace simulator
+}  // namespace harness

@@ -1,16 +1,18 @@
 // Images for tests: a JPEG of four coloured quadrants, and its pixels read back.
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "simulator/gdiplus_session.h"
 #include "tests/support/temporary_folder.h"
 
-namespace samples {
+namespace harness {
 
 using GdiPlus = simulator::GdiplusSession;
-using simulator::Bytes, simulator::NamesIn, simulator::TemporaryFolder;
+using Content = std::vector<std::uint8_t>;
 
 // The class of GDI+'s JPEG encoder, as its documentation gives it.
 constexpr CLSID kJpegEncoder = {0x557CF401, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
@@ -33,6 +35,15 @@ inline bool WriteQuadrants(const std::wstring& path, int width, int height, floa
     graphics.FillRectangle(&brush, i % 2 * (width / 2), i / 2 * (height / 2), width, height);
   }
   return bitmap.Save(path.c_str(), &kJpegEncoder, nullptr) == Gdiplus::Ok;
+}
+
+// The same as a device sends it.
+inline Content Quadrants(int width, int height, float dpiX, float dpiY) {
+  const GdiPlus session;
+  const TemporaryFolder folder;
+  WriteQuadrants(folder.File(L"page.jpg"), width, height, dpiX, dpiY);
+  const std::string bytes = Bytes(folder.path / L"page.jpg");
+  return {bytes.begin(), bytes.end()};
 }
 
 // Whether a pixel has this colour, as far as JPEG keeps it.
@@ -67,4 +78,4 @@ struct Picture : Gdiplus::Bitmap {
   }
 };
 
-}  // namespace samples
+}  // namespace harness

@@ -1,19 +1,26 @@
-// The machine and its user, as the test program was told to take them.
+// The machine that the tests run on: what they may do to it, and where their files are.
 #pragma once
 
-#include <cstdint>
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
-namespace simulator {
+#include <filesystem>
 
-// Whether it was told "--leave-machine": tests that change the registry, the system's folder or the devices are
-// skipped.
-bool LeaveMachine();
+namespace harness {
 
-// The user's language and how it measures: as told by "--language 040D", and then for this program's own code only,
-// else by the environment, which has to fit the locale there: WSD_LANGUAGE, or English.
-std::uint32_t UsersLanguage();
+// Told by "--leave-machine": tests that change the registry, the system's folder or the devices are skipped.
+inline bool leaveMachine = false;
 
-// Reads these options. argv: what Google Test left of it.
-void TakeMachine(int argc, char** argv);
+// The sample files: in the folder "data" beside the program, so that both can be moved together.
+inline std::filesystem::path TestData() {
+#ifdef _WIN32
+  wchar_t program[MAX_PATH] = {};
+  GetModuleFileNameW(nullptr, program, MAX_PATH);
+  return std::filesystem::path(program).parent_path() / "data";
+#else
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path() / "data";
+#endif
+}
 
-}  // namespace simulator
+}  // namespace harness

@@ -5,10 +5,11 @@
 #include <cstring>
 #include <iterator>
 #include <type_traits>
+#include <utility>
 
 #include "platform/gdiplus_owners.h"
 
-namespace simulator {
+namespace harness {
 namespace {
 
 namespace gdip = Gdiplus::DllExports;
@@ -108,6 +109,39 @@ void* ReplaceImport(const char* name, void* replacement) {
   return before;
 }
 
+namespace {
+
+const char* userLanguage = nullptr;
+DWORD userMeasure = 0;
+
+int WINAPI LanguageOfUser(LCID /*locale*/, LCTYPE /*type*/, LPSTR data, int capacity) {
+  return lstrcpynA(data, userLanguage, capacity) != nullptr ? lstrlenA(data) + 1 : 0;
+}
+
+int WINAPI MeasureOfUser(LCID locale, LCTYPE type, LPWSTR data, int capacity) {
+  if (type != (LOCALE_IMEASURE | LOCALE_RETURN_NUMBER)) {
+    const FARPROC real = GetProcAddress(GetModuleHandleW(L"kernel32"), "GetLocaleInfoW");
+    return reinterpret_cast<decltype(&GetLocaleInfoW)>(reinterpret_cast<void*>(real))(locale, type, data, capacity);
+  }
+  std::memcpy(data, &userMeasure, sizeof(userMeasure));
+  return sizeof(userMeasure) / sizeof(wchar_t);
+}
+
+}  // namespace
+
+UserLocale::UserLocale(const char* language, bool inches)
+    : m_language(std::exchange(userLanguage, language)),
+      m_measure(std::exchange(userMeasure, inches ? 1 : 0)),
+      m_localeInfoA(ReplaceImport("GetLocaleInfoA", reinterpret_cast<void*>(&LanguageOfUser))),
+      m_localeInfoW(ReplaceImport("GetLocaleInfoW", reinterpret_cast<void*>(&MeasureOfUser))) {}
+
+UserLocale::~UserLocale() {
+  ReplaceImport("GetLocaleInfoA", m_localeInfoA);
+  ReplaceImport("GetLocaleInfoW", m_localeInfoW);
+  userLanguage = m_language;
+  userMeasure = m_measure;
+}
+
 PlatformFaults::PlatformFaults(PlatformCalls calls, const PlatformFault& fault) : m_calls(calls), m_fault(fault) {
   static const bool redirected = RedirectImports();
   current = redirected ? this : nullptr;
@@ -130,4 +164,4 @@ bool PlatformFaults::Strikes(PlatformCalls calls, bool deletes) noexcept {
   return true;
 }
 
-}  // namespace simulator
+}  // namespace harness

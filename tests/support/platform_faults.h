@@ -5,11 +5,27 @@
 
 #include <cstddef>
 
-namespace simulator {
+namespace harness {
 
 // Lets this program's own code call the replacement, which must have the function's type, until it is replaced again.
 // What it called before; null: it does not import the function.
 void* ReplaceImport(const char* name, void* replacement);
+
+// What this program's own code is told of the user's settings while it lives; the last one made counts.
+class UserLocale {
+ public:
+  // language: as LOCALE_ILANGUAGE has it, such as "040D".
+  explicit UserLocale(const char* language, bool inches = false);
+  ~UserLocale();
+  UserLocale(const UserLocale&) = delete;
+  UserLocale& operator=(const UserLocale&) = delete;
+
+ private:
+  const char* m_language;
+  DWORD m_measure;
+  void* m_localeInfoA;
+  void* m_localeInfoW;
+};
 
 enum class PlatformCalls { files, memory, graphics };
 
@@ -43,4 +59,4 @@ class PlatformFaults {
   std::size_t m_refusedDeletions = 0;
 };
 
-}  // namespace simulator
+}  // namespace harness

@@ -10,13 +10,13 @@ namespace harness {
 struct Effort {
   // Of the calls in a sweep: this one and its multiples. There are more faults for each of the device's calls, and a
   // dialog allocates much more often than it opens a file.
-  std::size_t everyDeviceFault = 36;
-  std::size_t everyPlatformCall = 9;
-  std::size_t everyAllocation = 24;
-  int mutations = 150;
+  std::size_t everyDeviceFault = 71;
+  std::size_t everyPlatformCall = 17;
+  std::size_t everyAllocation = 47;
+  int mutations = 60;
   int monkeyEvents = 700;
   int warmUp = 8;
-  int cycles = 24;  // of a leak measurement, after the warm-up
+  int cycles = 20;  // of a leak measurement, after the warm-up
   int loads = 3;    // of the library
 };
 inline Effort effort;

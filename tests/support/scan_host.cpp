@@ -1,16 +1,19 @@
 #include "tests/support/scan_host.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 
 #include "entry/class_factory.h"
+#include "platform/module_state.h"
+#include "resources/lang_resource.h"
 #include "tests/support/host_resources.h"
 
-namespace simulator {
+namespace harness {
 namespace {
 
 using Names = std::set<std::wstring>;
 
-constexpr wchar_t kRequestedName[] = L"Image";
 constexpr wchar_t kTakenName[] = L"Image.JPG";
 constexpr char kSomebodyElses[] = "somebody else's";
 
@@ -34,7 +37,7 @@ std::string WhatIsTemporary(const Names& before, std::size_t mayStay) {
 }
 
 // A driver that goes on after the end with what it kept.
-std::string CallsTaken(const SimulatedScanner& scanner) {
+std::string CallsTaken(const simulator::SimulatedScanner& scanner) {
   constexpr char kBytes[] = "late";
   std::string wrong;
   for (const auto& stream : scanner.KeptStreams()) {
@@ -50,12 +53,6 @@ std::string CallsTaken(const SimulatedScanner& scanner) {
   return wrong;
 }
 
-void Free(const DEVICEDIALOGDATA2& request) {
-  SysFreeString(request.pbstrFilePaths[0]);
-  CoTaskMemFree(request.pbstrFilePaths);
-  request.pWiaItem->Release();
-}
-
 DWORD WINAPI CallBody(void* body) {
   (*static_cast<const std::function<void()>*>(body))();
   return 0;
@@ -63,66 +60,95 @@ DWORD WINAPI CallBody(void* body) {
 
 }  // namespace
 
-ScanHost::ScanHost()
-    : m_folderName(SysAllocString(folder.path.wstring().c_str())), m_fileName(SysAllocString(kRequestedName)) {}
+std::filesystem::path LibraryPath() {
+  wchar_t program[MAX_PATH] = {};
+  GetModuleFileNameW(nullptr, program, MAX_PATH);
+  return std::filesystem::path(program).parent_path() / L"WiaScanDialog.dll";
+}
 
-std::string ScanHost::Run(SimulatedScanner& scanner, HWND owner, const Call& call) {
-  for (const std::wstring& name : folder.Names()) {
-    DeleteFileW(folder.File(name).c_str());
-  }
+HMODULE Library() {
+  static const HMODULE library = LoadLibraryW(LibraryPath().c_str());
+  return library;
+}
+
+ScanHost::ScanHost(const simulator::ScannerConfiguration& device)
+    : scanner(std::make_unique<simulator::SimulatedScanner>(device)), folderName(folder.path.wstring()) {}
+
+HRESULT ScanHost::Run(const SimulatedUser::Task& task) {
+  EXPECT_EQ(CheckLinked(task), "");
+  return result;
+}
+
+std::string ScanHost::CheckLinked(const SimulatedUser::Task& task, const During& during) {
+  platform::ComPtr<IWiaUIExtension2> extension;
+  EXPECT_EQ(g_classFactory.CreateInstance(nullptr, IID_IWiaUIExtension2, &extension), S_OK);
+  const UserLocale locale(language, inches);
+  std::string wrong = Check([&](DEVICEDIALOGDATA2* data) { return extension->DeviceDialog(data); }, task, during);
+  extension.Reset();
+  if (g_pLangResource != nullptr) wrong += "language resources; ";
+  if (g_cLocks != 0) wrong += "locks; ";
+  return wrong;
+}
+
+std::string ScanHost::Check(const Dialog& dialog, const SimulatedUser::Task& task, const During& during) {
+  FreeOutputs();
+  for (const std::wstring& name : folder.Names()) DeleteFileW(folder.File(name).c_str());
   std::ofstream(folder.path / kTakenName, std::ios::binary) << kSomebodyElses;
   const Names before = TemporaryPreviews();
-  const auto root = scanner.Root();
-  DEVICEDIALOGDATA2 request = {};
-  request.cbSize = sizeof(request);
-  request.pIWiaItemRoot = root.Get();
-  request.hwndParent = owner;
-  request.bstrFolderName = m_folderName.get();
-  request.bstrFilename = m_fileName.get();
+  const auto root = scanner->Root();
+  const platform::BasicString wantedFolder(SysAllocString(folderName.c_str()));
+  const platform::BasicString wantedName(SysAllocString(fileName.c_str()));
+  request = {sizeof(request), root.Get(), 0, owner, wantedFolder.get(), wantedName.get(), 0, nullptr, nullptr};
   filesThatMayStay = 0;
   const ULONGLONG start = GetTickCount64();
-  const HRESULT result = call(&request);
+  {
+    SimulatedUser user(task);
+    const auto call = [&] { return dialog(&request); };
+    result = during ? during(call) : call();
+    messages = user.messages;
+  }
   std::string wrong = GetTickCount64() - start > patience ? kHang : "";
-  wrong += CallsTaken(scanner);
-  scanner.ReleaseKept();
+  wrong += CallsTaken(*scanner);
+  scanner->ReleaseKept();
 
   const bool reported = request.lNumFiles == 1;
   if (reported != (request.pbstrFilePaths != nullptr) || reported != (request.pWiaItem != nullptr) ||
       (reported && FAILED(result))) {
     return wrong + "outputs; ";
   }
-  if (scanner.LiveObjects().size() != (reported ? 2U : 1U)) {
-    wrong += "references; ";
-  }
+  if (scanner->LiveObjects().size() != (reported ? 2U : 1U)) wrong += "references; ";
   wrong += WhatIsTemporary(before, filesThatMayStay);
-  const auto transfers = scanner.Transfers();
+  return wrong + WhatLies();
+}
+
+std::set<std::wstring> ScanHost::Pages() const {
+  Names names = folder.Names();
+  names.erase(kTakenName);
+  return names;
+}
+
+std::string ScanHost::WhatLies() const {
+  std::string wrong;
+  if (Bytes(folder.path / kTakenName) != kSomebodyElses) wrong += "somebody else's file; ";
+  const auto transfers = scanner->Transfers();
   const bool complete = !transfers.empty() && transfers.back().result == S_OK && !hostileContent;
-  wrong += WhatLies(reported ? request.pbstrFilePaths[0] : L"", complete);
-  if (reported) {
-    Free(request);
+  if (request.lNumFiles == 1 && complete && !IsWholeJpeg(Reported())) wrong += "reported file; ";
+  for (const std::wstring& name : Pages()) {
+    const std::wstring path = folder.File(name);
+    const bool page = std::filesystem::path(name).extension() == L".JPG";
+    if (!page && path != Reported() && filesThatMayStay == 0) wrong += "stray file; ";
+    if (page && complete && !IsWholeJpeg(path)) wrong += "half a file; ";
   }
   return wrong;
 }
 
-std::string ScanHost::WhatLies(const std::wstring& reportedPath, bool complete) const {
-  std::string wrong;
-  if (Bytes(folder.path / kTakenName) != kSomebodyElses) {
-    wrong += "somebody else's file; ";
+void ScanHost::FreeOutputs() {
+  if (request.lNumFiles == 1) {
+    SysFreeString(request.pbstrFilePaths[0]);
+    CoTaskMemFree(request.pbstrFilePaths);
+    request.pWiaItem->Release();
   }
-  if (!reportedPath.empty() && complete && !IsWholeJpeg(reportedPath)) {
-    wrong += "reported file; ";
-  }
-  for (const std::wstring& name : folder.Names()) {
-    const std::wstring path = folder.File(name);
-    const bool page = std::filesystem::path(name).extension() == L".JPG";
-    if (!page && path != reportedPath && filesThatMayStay == 0) {
-      wrong += "stray file; ";
-    }
-    if (page && name != kTakenName && complete && !IsWholeJpeg(path)) {
-      wrong += "half a file; ";
-    }
-  }
-  return wrong;
+  request = {};
 }
 
 LoadedLibrary::LoadedLibrary(const wchar_t* path) : m_module(LoadLibraryW(path)) {
@@ -147,26 +173,6 @@ void LoadedLibrary::Unload() {
   m_module = nullptr;
 }
 
-FewGdiObjects::FewGdiObjects(std::size_t left) {
-  while (const HGDIOBJ taken = CreateSolidBrush(static_cast<COLORREF>(m_taken.size()))) {
-    m_taken.push_back(taken);
-  }
-  for (; left > 0 && !m_taken.empty(); --left) {
-    GiveBack();
-  }
-}
-
-FewGdiObjects::~FewGdiObjects() {
-  while (!m_taken.empty()) {
-    GiveBack();
-  }
-}
-
-void FewGdiObjects::GiveBack() {
-  DeleteObject(m_taken.back());
-  m_taken.pop_back();
-}
-
 std::map<std::string, long long> Growth(int cycles, const std::function<void()>& cycle) {
   std::map<std::string, long long> first;
   std::map<std::string, long long> last;
@@ -176,9 +182,9 @@ std::map<std::string, long long> Growth(int cycles, const std::function<void()>&
     if (quarter == nullptr) {
       continue;
     }
-    for (const HostResource& resource : CountHostResources()) {
-      const auto found = quarter->try_emplace(resource.name, resource.count).first;
-      found->second = std::min(found->second, static_cast<long long>(resource.count));
+    for (const auto& [name, held] : CountHostResources()) {
+      const auto found = quarter->try_emplace(name, held).first;
+      found->second = std::min(found->second, held);
     }
   }
   for (auto& [name, count] : last) {
@@ -187,9 +193,9 @@ std::map<std::string, long long> Growth(int cycles, const std::function<void()>&
   return last;
 }
 
-void RunOnThread(DWORD apartment, std::size_t stack, const std::function<void()>& body) {
+void RunOnThread(int apartment, std::size_t stack, const std::function<void()>& body) {
   const std::function<void()> inside = [&] {
-    const HRESULT initialised = CoInitializeEx(nullptr, apartment);
+    const HRESULT initialised = apartment < 0 ? E_FAIL : CoInitializeEx(nullptr, static_cast<DWORD>(apartment));
     body();
     if (SUCCEEDED(initialised)) {
       CoUninitialize();
@@ -201,4 +207,4 @@ void RunOnThread(DWORD apartment, std::size_t stack, const std::function<void()>
   WaitForSingleObject(thread.get(), INFINITE);
 }
 
-}  // namespace simulator
+}  // namespace harness

@@ -11,31 +11,58 @@
 #include "platform/scoped.h"
 #include "platform/wia2.h"
 #include "simulator/simulated_scanner.h"
+#include "tests/support/platform_faults.h"
+#include "tests/support/simulated_user.h"
 #include "tests/support/temporary_folder.h"
 
-namespace simulator {
+namespace harness {
+
+// The built library, loaded beside the test program; g_hInstance points at it while the tests run.
+HMODULE Library();
+std::filesystem::path LibraryPath();
 
 class ScanHost {
  public:
+  explicit ScanHost(const simulator::ScannerConfiguration& device = {});
+  ~ScanHost() { FreeOutputs(); }
+
+  // DeviceDialog of a new object of the class as it is linked into this program, where faults can be planted. Whatever
+  // was not left in order fails the test.
+  HRESULT Run(const SimulatedUser::Task& task);
+  HRESULT Scan() {
+    return Run([](SimulatedUser& user) { user.Press(IDC_SCAN); });
+  }
+  // The same without an opinion: what is wrong afterwards, in words; empty: nothing. `during`: calls the dialog, with
+  // whatever shall fail meanwhile.
+  using Dialog = std::function<HRESULT(DEVICEDIALOGDATA2*)>;
+  using During = std::function<HRESULT(const std::function<HRESULT()>&)>;
+  std::string Check(const Dialog& dialog, const SimulatedUser::Task& task, const During& during = nullptr);
+  std::string CheckLinked(const SimulatedUser::Task& task, const During& during = nullptr);
+
+  // The path that the last dialog reported; it lies there until the next one. L"(none)": none.
+  std::wstring Reported() const { return request.lNumFiles == 1 ? request.pbstrFilePaths[0] : L"(none)"; }
+  // The files beside the one of somebody else's, "Image.JPG", which has the name that is asked for.
+  std::set<std::wstring> Pages() const;
+
   static constexpr char kHang[] = "hang; ";
 
-  ScanHost();
-
-  // One dialog from opening to end. `call` calls DeviceDialog with the request that it is given; whatever makes the
-  // user, and things fail, lives inside it. What is wrong afterwards, in words; empty: nothing.
-  using Call = std::function<HRESULT(DEVICEDIALOGDATA2*)>;
-  std::string Run(SimulatedScanner& scanner, HWND owner, const Call& call);
-
-  TemporaryFolder folder;            // where pages go; holds a file of somebody else's under the name that is asked for
-  ULONGLONG patience = 5000;         // milliseconds for a whole dialog
+  std::unique_ptr<simulator::SimulatedScanner> scanner;
+  TemporaryFolder folder;
+  std::wstring folderName;  // where pages are asked for
+  std::wstring fileName = L"Image";
+  HWND owner = nullptr;
+  const char* language = "0409";
+  bool inches = false;             // the user measures in them
+  DEVICEDIALOGDATA2 request = {};  // with the outputs of the last dialog
+  HRESULT result = S_OK;           // of the last dialog
+  std::vector<std::wstring> messages;
+  ULONGLONG patience = INFINITE;     // milliseconds for a whole dialog
   bool hostileContent = false;       // pages need not be whole, since the device sends none that are
-  std::size_t filesThatMayStay = 0;  // set within a call whose deletions were refused
+  std::size_t filesThatMayStay = 0;  // set during a dialog whose deletions were refused
 
  private:
-  std::string WhatLies(const std::wstring& reportedPath, bool complete) const;
-
-  platform::BasicString m_folderName;
-  platform::BasicString m_fileName;
+  std::string WhatLies() const;
+  void FreeOutputs();
 };
 
 // The library as an application loads it, and an object of its class.
@@ -46,7 +73,7 @@ class LoadedLibrary {
   LoadedLibrary(const LoadedLibrary&) = delete;
   LoadedLibrary& operator=(const LoadedLibrary&) = delete;
 
-  IWiaUIExtension2& Extension() { return *m_extension.Get(); }
+  HRESULT DeviceDialog(DEVICEDIALOGDATA2* request) const { return m_extension->DeviceDialog(request); }
   // Drops the object; whether the library says that it can go then.
   bool CanUnload();
   void Unload();
@@ -57,24 +84,11 @@ class LoadedLibrary {
   platform::ComPtr<IWiaUIExtension2> m_extension;
 };
 
-// Leaves so many of the GDI objects that a process may have, while it lives.
-class FewGdiObjects {
- public:
-  explicit FewGdiObjects(std::size_t left);
-  ~FewGdiObjects();
-  FewGdiObjects(const FewGdiObjects&) = delete;
-  FewGdiObjects& operator=(const FewGdiObjects&) = delete;
-
- private:
-  void GiveBack();
-  std::vector<HGDIOBJ> m_taken;
-};
-
 // The growth of each resource (see CountHostResources) from the first quarter of the cycles to the last. A peak in one
 // of them is no leak, so the smallest count of a quarter stands for it.
 std::map<std::string, long long> Growth(int cycles, const std::function<void()>& cycle);
 
-// Runs it on a new thread in an apartment of this kind (COINIT_...), with a stack of so many bytes, and waits.
-void RunOnThread(DWORD apartment, std::size_t stack, const std::function<void()>& body);
+// Runs it on a new thread with COM of this kind (COINIT_...; -1: none), with a stack of so many bytes, and waits.
+void RunOnThread(int apartment, std::size_t stack, const std::function<void()>& body);
 
-}  // namespace simulator
+}  // namespace harness

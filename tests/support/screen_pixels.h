@@ -5,7 +5,7 @@
 
 #include <vector>
 
-namespace simulator {
+namespace harness {
 
 // A part of the screen, in screen pixels, row by row; each 0xRRGGBB.
 struct ScreenPixels {
@@ -20,4 +20,15 @@ struct ScreenPixels {
   std::vector<DWORD> pixels;
 };
 
-}  // namespace simulator
+// The preview pane as the user sees it, its border included.
+struct PaneScreen : ScreenPixels {
+  explicit PaneScreen(const RECT& pane);
+  // R, G, B, Y, k for the dark grey background, K for black, '?' for anything else.
+  char Letter(int x, int y) const;
+  bool HasBlackBorder() const;
+};
+
+// An icon or cursor, drawn. Two that look alike are equal.
+std::vector<DWORD> PixelsOf(HICON icon);
+
+}  // namespace harness

@@ -1,18 +1,16 @@
 #include "tests/support/simulated_user.h"
 
-#include <commctrl.h>
-
+#include <cwchar>
 #include <utility>
 
 #include "demo/dialog_finder.h"
-#include "resources/resource_ids.h"
 
-namespace simulator {
+namespace harness {
 namespace {
 
 constexpr UINT kLookInterval = 10;  // milliseconds, the shortest of a timer
-constexpr int kPlaten = 2;          // position in the Feed Method list
 constexpr int kMessageBoxText = 0xFFFF;
+constexpr int kTextCapacity = 1024;
 
 struct Windows {
   HWND dialog = nullptr;
@@ -26,7 +24,7 @@ BOOL CALLBACK Sort(HWND window, LPARAM parameter) {
   if (process == GetCurrentProcessId() && IsWindowVisible(window)) {
     if (GetDlgItem(window, kMessageBoxText) != nullptr) {
       windows.messageBox = window;
-    } else if (thread == GetCurrentThreadId() && IsScanDialog(window)) {
+    } else if (thread == GetCurrentThreadId() && simulator::IsScanDialog(window)) {
       windows.dialog = window;
     }
   }
@@ -76,81 +74,157 @@ void SimulatedUser::Look() {
   GUITHREADINFO thread = {};
   thread.cbSize = sizeof(thread);
   if (GetGUIThreadInfo(GetCurrentThreadId(), &thread) && (thread.flags & GUI_INMENUMODE) != 0) {
+    ReadMenu();
     EndMenu();
   }
   Windows windows;
   EnumWindows(&Sort, reinterpret_cast<LPARAM>(&windows));
-  if (windows.messageBox != nullptr) {
+  if (windows.messageBox != std::exchange(m_answered, windows.messageBox) && windows.messageBox != nullptr) {
+    wchar_t text[kTextCapacity] = {};
+    GetDlgItemTextW(windows.messageBox, kMessageBoxText, text, kTextCapacity);
+    messages.emplace_back(text);
     PostMessageW(windows.messageBox, WM_COMMAND, IDOK, 0);
   }
   if (m_task && windows.dialog != nullptr) {
     m_dialog = windows.dialog;
     const Task once = std::exchange(m_task, nullptr);
     once(*this);
+    Send(WM_CLOSE);
   }
 }
 
-void SimulatedUser::SendToDialog(UINT message, WPARAM wParam, LPARAM lParam) const {
+void SimulatedUser::ReadMenu() {
+  const auto menu = reinterpret_cast<HMENU>(SendMessageW(FindWindowW(L"#32768", nullptr), MN_GETHMENU, 0, 0));
+  for (int i = 0; i < GetMenuItemCount(menu); ++i) {
+    menuItems += std::to_string(GetMenuItemID(menu, i));
+    menuItems += (GetMenuState(menu, static_cast<UINT>(i), MF_BYPOSITION) & MF_CHECKED) != 0 ? "* " : " ";
+  }
+}
+
+void SimulatedUser::Send(UINT message, WPARAM wParam, LPARAM lParam) const {
   if (IsShown()) {
     SendMessageW(m_dialog, message, wParam, lParam);
   }
 }
 
-void SimulatedUser::Press(int command) const {
-  SendToDialog(WM_COMMAND, MAKEWPARAM(command, BN_CLICKED), reinterpret_cast<LPARAM>(GetDlgItem(m_dialog, command)));
+void SimulatedUser::Press(int command, int notification) const {
+  Send(WM_COMMAND, MAKEWPARAM(command, notification), reinterpret_cast<LPARAM>(Control(command)));
 }
 
 void SimulatedUser::Choose(int list, int index) const {
-  const HWND control = GetDlgItem(m_dialog, list);
-  SendMessageW(control, CB_SETCURSEL, static_cast<WPARAM>(index), 0);
-  SendToDialog(WM_COMMAND, MAKEWPARAM(list, CBN_SELCHANGE), reinterpret_cast<LPARAM>(control));
+  Ask(list, CB_SETCURSEL, static_cast<WPARAM>(index));
+  Press(list, CBN_SELCHANGE);
 }
 
-LPARAM SimulatedUser::PanePoint(int x, int y) const {
-  RECT pane = {};
-  const HWND control = GetDlgItem(m_dialog, IDC_PREVIEW_PANE);
-  GetClientRect(control, &pane);
-  POINT point = {pane.right * x / 100, pane.bottom * y / 100};
-  MapWindowPoints(control, m_dialog, &point, 1);
-  return MAKELPARAM(point.x, point.y);
+void SimulatedUser::Point(UINT message, int x, int y) const {
+  const RECT pane = Area(IDC_PREVIEW_PANE);
+  POINT point = {pane.left + x, pane.top + y};
+  MapWindowPoints(nullptr, m_dialog, &point, 1);
+  Send(message, message == WM_LBUTTONUP ? 0 : MK_LBUTTON, MAKELPARAM(point.x, point.y));
 }
 
 void SimulatedUser::Drag(int fromX, int fromY, int toX, int toY) const {
-  constexpr int kMoves = 4;
-  SendToDialog(WM_MOUSEMOVE, 0, PanePoint(fromX, fromY));
-  SendToDialog(WM_LBUTTONDOWN, MK_LBUTTON, PanePoint(fromX, fromY));
-  for (int i = 1; i <= kMoves; ++i) {
-    SendToDialog(WM_MOUSEMOVE, MK_LBUTTON,
-                 PanePoint(fromX + (toX - fromX) * i / kMoves, fromY + (toY - fromY) * i / kMoves));
-  }
-  SendToDialog(WM_LBUTTONUP, 0, PanePoint(toX, toY));
+  Point(WM_MOUSEMOVE, fromX, fromY);
+  Point(WM_LBUTTONDOWN, fromX, fromY);
+  Point(WM_MOUSEMOVE, (fromX + toX) / 2, (fromY + toY) / 2);
+  Point(WM_MOUSEMOVE, toX, toY);
+  Point(WM_LBUTTONUP, toX, toY);
+}
+
+void SimulatedUser::Click(int x, int y) const {
+  Point(WM_MOUSEMOVE, x, y);
+  Point(WM_LBUTTONDOWN, x, y);
+  Point(WM_LBUTTONUP, x, y);
+}
+
+void SimulatedUser::Scroll(int scrollBar, int request, int thumb) const {
+  Send(scrollBar == IDC_HORIZONTAL_SCROLL ? WM_HSCROLL : WM_VSCROLL, MAKEWPARAM(request, thumb),
+       reinterpret_cast<LPARAM>(Control(scrollBar)));
 }
 
 void SimulatedUser::DoMainJob() const {
+  const SIZE pane = PaneSize();
   Choose(IDC_FEED_METHOD, kPlaten);
   Press(IDC_PREVIEW);
   Settle();
   Press(IDC_TOOL_SELECT);
-  Drag(5, 5, 40, 40);
+  Drag(pane.cx / 20, pane.cy / 20, pane.cx * 2 / 5, pane.cy * 2 / 5);
   Press(IDM_ROTATE_RIGHT);
   Settle();
   Press(IDC_SCAN);
 }
 
-void SimulatedUser::ActAtRandom(std::mt19937& random, bool mayEnd) const {
+std::wstring SimulatedUser::Text(int control) const {
+  wchar_t text[kTextCapacity] = {};
+  GetWindowTextW(control == 0 ? m_dialog : Control(control), text, kTextCapacity);
+  return text;
+}
+
+std::wstring SimulatedUser::Status(int part) const {
+  wchar_t text[kTextCapacity] = {};
+  Ask(IDC_STATUS_BAR, SB_GETTEXTW, static_cast<WPARAM>(part), reinterpret_cast<LPARAM>(text));
+  return text;
+}
+
+std::vector<std::wstring> SimulatedUser::Entries(int list) const {
+  std::vector<std::wstring> texts;
+  for (LRESULT i = 0; i < Ask(list, CB_GETCOUNT); ++i) {
+    wchar_t text[kTextCapacity] = {};
+    Ask(list, CB_GETLBTEXT, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(text));
+    texts.emplace_back(text);
+  }
+  return texts;
+}
+
+int SimulatedUser::ZoomPercent() const {
+  return static_cast<int>(Ask(IDC_ZOOM_LIST, CB_GETITEMDATA, static_cast<WPARAM>(Selected(IDC_ZOOM_LIST))));
+}
+
+SCROLLINFO SimulatedUser::Bar(int scrollBar) const {
+  SCROLLINFO info = {};
+  info.cbSize = sizeof(info);
+  info.fMask = SIF_ALL;
+  GetScrollInfo(Control(scrollBar), SB_CTL, &info);
+  return info;
+}
+
+RECT SimulatedUser::Area(int control) const {
+  RECT area = {};
+  GetWindowRect(Control(control), &area);
+  return area;
+}
+
+SIZE SimulatedUser::PaneSize() const {
+  const RECT pane = Area(IDC_PREVIEW_PANE);
+  return {pane.right - pane.left, pane.bottom - pane.top};
+}
+
+PaneScreen SimulatedUser::Pane() const { return PaneScreen(Area(IDC_PREVIEW_PANE)); }
+
+preview::Rect SimulatedUser::Frame() const {
+  const std::wstring texts = Status(1) + Status(2);  // "  5mm,  10mm" and "216mm x 297mm"
+  int left = 0, top = 0, width = 0, height = 0;
+  std::swscanf(texts.c_str(), L"%dmm,%dmm%dmm x%dmm", &left, &top, &width, &height);
+  return {left, top, left + width, top + height};
+}
+
+void SimulatedUser::ActAtRandom(std::mt19937& random) const {
   constexpr int kChildren[] = {IDC_PREVIEW_PANE, IDC_ZOOM_LIST,     IDC_TOOL_SELECT, IDC_TOOL_ZOOM,
                                IDC_TOOL_PAN,     IDC_BRIGHTNESS,    IDC_RESOLUTION,  IDC_HORIZONTAL_SCROLL,
                                IDC_STATUS_BAR,   IDC_ORIGINAL_SIZE, IDC_FEED_METHOD, IDC_VERTICAL_SCROLL};
-  const HWND child = GetDlgItem(m_dialog, OneOf(random, kChildren));
+  const HWND child = Control(OneOf(random, kChildren));
   const int kind = Below(random, 100);
+  // Mostly over the pane, sometimes beside it.
+  const SIZE pane = PaneSize();
+  const auto anyX = [&] { return static_cast<int>(pane.cx * (Below(random, 130) - 15) / 100); };
+  const auto anyY = [&] { return static_cast<int>(pane.cy * (Below(random, 130) - 15) / 100); };
   if (kind < 36) {
-    // Mostly over the pane, sometimes beside it.
     constexpr UINT kMessages[] = {WM_MOUSEMOVE,   WM_MOUSEMOVE,  WM_MOUSEMOVE,     WM_LBUTTONDOWN, WM_LBUTTONDOWN,
                                   WM_LBUTTONUP,   WM_LBUTTONUP,  WM_LBUTTONDBLCLK, WM_RBUTTONDOWN, WM_RBUTTONUP,
                                   WM_MBUTTONDOWN, WM_MOUSELEAVE, WM_NCMOUSEMOVE,   WM_MOUSEHOVER,  WM_NCHITTEST};
-    SendToDialog(OneOf(random, kMessages), random() % 32, PanePoint(Below(random, 130) - 15, Below(random, 130) - 15));
+    Point(OneOf(random, kMessages), anyX(), anyY());
   } else if (kind < 42) {
-    Drag(Below(random, 100), Below(random, 100), Below(random, 140) - 20, Below(random, 140) - 20);
+    Drag(anyX(), anyY(), anyX(), anyY());
   } else if (kind < 60) {
     constexpr int kCommands[] = {IDC_TOOL_SELECT, IDC_TOOL_ZOOM, IDC_TOOL_PAN,    IDC_TOOL_ROTATE,
                                  IDM_ZOOM_IN,     IDM_ZOOM_OUT,  IDM_ROTATE_LEFT, IDM_ROTATE_UPSIDE_DOWN,
@@ -160,9 +234,7 @@ void SimulatedUser::ActAtRandom(std::mt19937& random, bool mayEnd) const {
     Choose(IDC_ZOOM_LIST, Below(random, 8) - 1);
   } else if (kind < 74) {
     const bool horizontal = Below(random, 2) == 0;
-    const HWND bar = GetDlgItem(m_dialog, horizontal ? IDC_HORIZONTAL_SCROLL : IDC_VERTICAL_SCROLL);
-    SendToDialog(horizontal ? WM_HSCROLL : WM_VSCROLL, MAKEWPARAM(Below(random, 10), Below(random, 4000)),
-                 reinterpret_cast<LPARAM>(Below(random, 8) == 0 ? nullptr : bar));
+    Scroll(horizontal ? IDC_HORIZONTAL_SCROLL : IDC_VERTICAL_SCROLL, Below(random, 10), Below(random, 4000));
   } else if (kind < 82) {
     constexpr WORD kKeys[] = {VK_TAB, VK_UP, VK_DOWN, VK_LEFT, VK_RIGHT, VK_SPACE, VK_PRIOR, VK_END, VK_F4, 'A'};
     PostMessageW(child, Below(random, 2) == 0 ? WM_KEYDOWN : WM_KEYUP, OneOf(random, kKeys), 1);
@@ -170,23 +242,23 @@ void SimulatedUser::ActAtRandom(std::mt19937& random, bool mayEnd) const {
     PostMessageW(Below(random, 2) == 0 ? child : m_dialog, Below(random, 2) == 0 ? WM_MOUSEWHEEL : WM_MOUSEHWHEEL,
                  MAKEWPARAM(0, (Below(random, 7) - 3) * WHEEL_DELTA), 0);
   } else if (kind < 88) {
-    SendToDialog(WM_ACTIVATE, MAKEWPARAM(Below(random, 3), Below(random, 4) == 0), 0);
+    Send(WM_ACTIVATE, MAKEWPARAM(Below(random, 3), Below(random, 4) == 0), 0);
   } else if (kind < 90) {
     RedrawWindow(m_dialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
   } else if (kind < 91) {
     RECT button = {};
-    GetWindowRect(GetDlgItem(m_dialog, Below(random, 2) == 0 ? IDC_TOOL_ZOOM : IDC_TOOL_ROTATE), &button);
-    SendToDialog(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(m_dialog), MAKELPARAM(button.left + 2, button.top + 2));
+    GetWindowRect(Control(Below(random, 2) == 0 ? IDC_TOOL_ZOOM : IDC_TOOL_ROTATE), &button);
+    Send(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(m_dialog), MAKELPARAM(button.left + 2, button.top + 2));
   } else if (kind < 96) {
     constexpr UINT kHarmless[] = {WM_SIZE,           WM_MOVE,          WM_TIMER,        WM_SYSCOLORCHANGE,
                                   WM_CAPTURECHANGED, WM_MOUSEACTIVATE, WM_THEMECHANGED, WM_DISPLAYCHANGE,
                                   WM_CANCELMODE,     WM_SETFOCUS,      WM_KILLFOCUS,    WM_SHOWWINDOW,
                                   WM_NCPAINT,        WM_PAINT,         WM_NULL};
-    SendToDialog(OneOf(random, kHarmless), random() % 3, 0);
+    Send(OneOf(random, kHarmless), random() % 3, 0);
   } else if (kind < 99) {
     // Private and registered messages of somebody else; the dialog classes own the first of WM_USER.
-    SendToDialog(static_cast<UINT>(WM_USER + 0x10 + Below(random, 0xFF00 - WM_USER)), random(), random());
-  } else if (mayEnd && Below(random, 4) == 0) {
+    Send(static_cast<UINT>(WM_USER + 0x10 + Below(random, 0xFF00 - WM_USER)), random(), random());
+  } else if (Below(random, 4) == 0) {
     Press(Below(random, 2) == 0 ? IDC_SCAN : IDCANCEL);
   }
   if (IsShown()) {
@@ -194,4 +266,4 @@ void SimulatedUser::ActAtRandom(std::mt19937& random, bool mayEnd) const {
   }
 }
 
-}  // namespace simulator
+}  // namespace harness

@@ -1,25 +1,37 @@
-// A user who works by window messages, on the dialog's own thread: fast enough for thousands of dialogs, and
-// repeatable. The tour (demo/tour.h) is the one with a real pointer and keyboard.
+// A user who works by window messages, on the dialog's own thread, and looks at the screen: fast enough for thousands
+// of dialogs, and repeatable. The tour (demo/tour.h) is the one with a real pointer and keyboard.
 #pragma once
 
 #include <windows.h>
 
+#include <commctrl.h>
+
 #include <functional>
 #include <random>
+#include <string>
+#include <vector>
 
-namespace simulator {
+#include "core/geometry.h"
+#include "resources/resource_ids.h"
+#include "tests/support/screen_pixels.h"
+
+namespace harness {
+
+// Positions in the Feed Method and the zoom list.
+inline constexpr int kPlaten = 2;
+inline constexpr int kZoom50 = 0, kZoom100 = 2, kZoom400 = 6;
 
 // Handles every message that waits, paint requests included, as the dialog's loop does.
 void HandleMessages(HWND dialog);
 
 // Waits for the next scan dialog of the thread that made it and acts in its message loop. Meanwhile it answers the
-// process's message boxes and leaves the thread's menus. One at a time on a thread. What a dialog that has ended is
-// told is lost.
+// process's message boxes and leaves the thread's menus, and remembers what they said. One at a time on a thread. What
+// a dialog that has ended is told is lost.
 class SimulatedUser {
  public:
   using Task = std::function<void(SimulatedUser&)>;
 
-  // task: called once, as soon as the dialog is shown; the dialog stays open unless the task ends it.
+  // task: called once, as soon as the dialog is shown, which is closed afterwards unless the task ended it.
   explicit SimulatedUser(Task task);
   ~SimulatedUser();
   SimulatedUser(const SimulatedUser&) = delete;
@@ -27,33 +39,60 @@ class SimulatedUser {
 
   // Null until the dialog was found.
   HWND Dialog() const { return m_dialog; }
+  HWND Control(int id) const { return GetDlgItem(m_dialog, id); }
   // False when the dialog has ended, also while its code still runs.
   bool IsShown() const { return IsWindowVisible(m_dialog) != FALSE; }
-
   void Settle() const { HandleMessages(m_dialog); }
+  void Send(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const;
+  LRESULT Ask(int control, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const {
+    return SendDlgItemMessageW(m_dialog, control, message, wParam, lParam);
+  }
+
   // A button or menu item.
-  void Press(int command) const;
+  void Press(int command, int notification = BN_CLICKED) const;
   // An entry of a list, by its position.
   void Choose(int list, int index) const;
-  // A drag over the pane with the left button, in hundredths of its width and height.
+  // A pointer message, in pixels from the pane's top-left corner.
+  void Point(UINT message, int x, int y) const;
   void Drag(int fromX, int fromY, int toX, int toY) const;
-
+  void Click(int x, int y) const;
+  void Scroll(int scrollBar, int request, int thumb = 0) const;
   // Preview, frame, quarter turn and scan from the flatbed. The dialog has ended then, unless something went wrong.
   void DoMainJob() const;
 
+  // The title for 0.
+  std::wstring Text(int control) const;
+  std::wstring Status(int part) const;
+  std::vector<std::wstring> Entries(int list) const;
+  int Selected(int list) const { return static_cast<int>(Ask(list, CB_GETCURSEL)); }
+  bool IsEnabled(int control) const { return IsWindowEnabled(Control(control)) != FALSE; }
+  int ZoomPercent() const;
+  SCROLLINFO Bar(int scrollBar) const;
+  int ScrollX() const { return Bar(IDC_HORIZONTAL_SCROLL).nPos; }
+  int ScrollY() const { return Bar(IDC_VERTICAL_SCROLL).nPos; }
+  // On the screen.
+  RECT Area(int control) const;
+  SIZE PaneSize() const;
+  PaneScreen Pane() const;
+  // What the status bar says of the selection frame, in millimetres; all 0: nothing.
+  preview::Rect Frame() const;
+  // The texts of the message boxes so far, and the identifiers of the menu items, a star behind those with a mark.
+  std::vector<std::wstring> messages;
+  std::string menuItems;
+
   // One event as a cat on the keyboard makes it: pointer, keys, wheel, commands, scroll codes, activation, sizes,
-  // menus, paint requests and unknown messages. Scan and Close only if they may end the dialog.
-  void ActAtRandom(std::mt19937& random, bool mayEnd) const;
+  // menus, paint requests and unknown messages; now and then Scan and Close.
+  void ActAtRandom(std::mt19937& random) const;
 
  private:
   static LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
   void Look();
-  LPARAM PanePoint(int x, int y) const;
-  void SendToDialog(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const;
+  void ReadMenu();
 
   Task m_task;
   HWND m_timer = nullptr;
   HWND m_dialog = nullptr;
+  HWND m_answered = nullptr;
 };
 
-}  // namespace simulator
+}  // namespace harness

@@ -9,7 +9,7 @@
 #include <set>
 #include <string>
 
-namespace simulator {
+namespace harness {
 
 inline std::set<std::wstring> NamesIn(const std::filesystem::path& folder) {
   std::set<std::wstring> names;
@@ -23,9 +23,10 @@ inline std::set<std::wstring> NamesIn(const std::filesystem::path& folder) {
 struct TemporaryFolder {
   TemporaryFolder() {
     static int count = 0;
-    const auto name = std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
-    path = std::filesystem::temp_directory_path() / (L"scan-test-" + name);
-    std::filesystem::create_directories(path);
+    do {  // process numbers come again, and a killed run leaves its folders
+      const auto name = std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
+      path = std::filesystem::temp_directory_path() / (L"scan-test-" + name);
+    } while (!std::filesystem::create_directory(path));
   }
   ~TemporaryFolder() {
     std::error_code ignored;
@@ -63,4 +64,4 @@ inline std::set<std::wstring> TemporaryPreviews() {
   return names;
 }
 
-}  // namespace simulator
+}  // namespace harness
