@@ -206,7 +206,7 @@ std::variant<DemoOptions, std::wstring> ParseCommandLine(const std::vector<std::
   if (!options.device.empty() && !simulated.empty()) {
     return simulated + L" is for the simulated scanner and can't go with --device";
   }
-  if (const std::wstring mistake = FileMistake(options); !mistake.empty()) {
+  if (std::wstring mistake = FileMistake(options); !mistake.empty()) {
     return mistake;
   }
   return options;
