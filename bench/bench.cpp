@@ -1,5 +1,5 @@
 // Prints how much time and memory the dialog takes, each figure against something measured in the same run.
-// scripts/bench runs it: scan_bench FOLDER GROUP... with the groups preview, files, opening and feeder, or
+// scripts/bench runs it: scan_bench FOLDER GROUP... with the groups preview, files and feeder, or
 // scan_bench FOLDER peak PAGE EDIT.
 #include "bench/bench.h"
 
@@ -19,7 +19,7 @@
 namespace bench {
 namespace {
 
-constexpr UINT kRunScript = WM_APP + 1;
+constexpr UINT kRunScript = WM_APP + 0x77;
 
 int g_missed = 0;
 int g_unmeasured = 0;
@@ -54,9 +54,6 @@ int Run(const std::vector<std::wstring>& arguments) {
   }
   if (wanted(L"files")) {
     MeasureFiles(pages, arguments[0]);
-  }
-  if (wanted(L"opening")) {
-    MeasureOpening();
   }
   if (wanted(L"feeder")) {
     MeasureFeeder(arguments[0]);
@@ -118,13 +115,13 @@ INT_PTR BenchDialog::OnInitDialog(HWND hDlg, WPARAM wParam, LPARAM lParam) {
   return result;
 }
 
-INT_PTR BenchDialog::OnAppMessage(HWND hDlg, UINT message, WPARAM /*wParam*/, LPARAM /*lParam*/) {
+INT_PTR BenchDialog::OnAppMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) {
   if (message == kRunScript) {
     harness::HandleMessages(hDlg);
     m_script(*this);
     EndDialog(hDlg, IDCANCEL);
   }
-  return FALSE;
+  return SCAN_DIALOG::OnAppMessage(hDlg, message, wParam, lParam);
 }
 
 void BenchDialog::Run(DEVICEDIALOGDATA2& request, const Script& script) {

@@ -54,7 +54,7 @@ class BenchDialog : public SCAN_DIALOG {
   using Script = std::function<void(BenchDialog&)>;
 
   using BASE_DIALOG::m_bMouseInPane, BASE_DIALOG::m_hDlg;
-  using SCAN_DIALOG::DrawPreviewImage, SCAN_DIALOG::m_bZoomIn, SCAN_DIALOG::m_dZoom, SCAN_DIALOG::m_nScrollX;
+  using SCAN_DIALOG::DrawPreviewImage, SCAN_DIALOG::m_dZoom, SCAN_DIALOG::m_nScrollX;
   using SCAN_DIALOG::m_nScrollY, SCAN_DIALOG::m_rcPane, SCAN_DIALOG::m_wstrPreviewFile, SCAN_DIALOG::TransferImage;
 
   INT_PTR OnInitDialog(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
@@ -70,7 +70,6 @@ class BenchDialog : public SCAN_DIALOG {
 
 void MeasurePreview(std::span<const Page> pages, const std::wstring& folder);
 void MeasureFiles(std::span<const Page> pages, const std::wstring& folder);
-void MeasureOpening();
 void MeasureFeeder(const std::wstring& folder);
 
 // One figure, for a process that does nothing else: the peak of memory while a page is "turned", turned and "cut" by

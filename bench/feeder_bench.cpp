@@ -77,22 +77,10 @@ Transfer TimePages(simulator::SimulatedScanner& scanner, int count, const std::w
   return transfer;
 }
 
-// The dearest page against the first, each with its shortest time of all rounds: a stack is too long for every page to
-// be left alone by the machine.
-double Dearest(const std::vector<std::vector<double>>& rounds) {
-  std::vector<double> shortest = rounds.front();
-  for (const std::vector<double>& pages : rounds) {
-    std::transform(pages.begin(), pages.end(), shortest.begin(), shortest.begin(),
-                   [](double a, double b) { return std::min(a, b); });
-  }
-  return *std::max_element(shortest.begin(), shortest.end()) / shortest.front();
-}
-
 void MeasureStack(BenchDialog& d, simulator::SimulatedScanner& scanner, IWiaTransfer* plainTransfer, int count,
                   int rounds, const std::wstring& folder) {
   std::vector<double> ratios;
   std::vector<double> memory;
-  std::vector<std::vector<double>> times;
   for (int i = 0; i < rounds; ++i) {
     Transfer sides[2];
     for (const bool isOurs : {i % 2 == 0, i % 2 != 0}) {
@@ -106,16 +94,13 @@ void MeasureStack(BenchDialog& d, simulator::SimulatedScanner& scanner, IWiaTran
       });
       sides[isOurs].pages.resize(static_cast<std::size_t>(count), INFINITY);  // what is missing spoils the figure
     }
-    const std::vector<double>& plain = sides[false].pages;
-    times.push_back(sides[true].pages);
-    std::transform(times.back().begin(), times.back().end(), plain.begin(), std::back_inserter(ratios),
-                   std::divides<>());
+    std::transform(sides[true].pages.begin(), sides[true].pages.end(), sides[false].pages.begin(),
+                   std::back_inserter(ratios), std::divides<>());
     memory.push_back(sides[true].memoryLate / sides[true].memoryEarly);
   }
   const std::string figure = "final scan of " + std::to_string(count) + (count == 1 ? " page" : " pages");
   PrintFigure(figure + ": a page", "the same page into a plain file", ratios, 1.02);
   if (count > 1) {
-    PrintFigure(figure + ": the dearest page", "the first page", {Dearest(times)}, 2.0);
     PrintFigure(figure + ": memory at the end", "memory after a tenth", memory, 1.02);
   }
 }
@@ -123,13 +108,9 @@ void MeasureStack(BenchDialog& d, simulator::SimulatedScanner& scanner, IWiaTran
 platform::ComPtr<IWiaTransfer> FeederTransfer(IWiaItem2* root) {
   platform::ComPtr<IEnumWiaItem2> children;
   platform::ComPtr<IWiaItem2> feeder;
-  platform::ComPtr<IWiaTransfer> transfer;
-  ULONG fetched = 0;
-  if (SUCCEEDED(root->EnumChildItems(&WIA_CATEGORY_FEEDER, &children)) &&
-      children->Next(1, &feeder, &fetched) == S_OK) {
-    feeder->QueryInterface(IID_IWiaTransfer, &transfer);
-  }
-  return transfer;
+  root->EnumChildItems(&WIA_CATEGORY_FEEDER, &children);
+  children->Next(1, &feeder, nullptr);
+  return platform::Query<IWiaTransfer>(feeder.Get(), IID_IWiaTransfer);
 }
 
 }  // namespace

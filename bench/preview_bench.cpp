@@ -1,6 +1,5 @@
 // The preview pane: a draw against the platform's own calls for it, and what the pointer's tools add to one.
 #include "bench/bench.h"
-#include "core/settings_catalogue.h"
 #include "platform/gdiplus_owners.h"
 #include "resources/resource_ids.h"
 
@@ -62,30 +61,19 @@ void Load(BenchDialog& d, const Page& page, const std::wstring& folder) {
   harness::HandleMessages(d.m_hDlg);
 }
 
-std::vector<double> DrawRatios(BenchDialog& d, PreviewDrawMode mode, double zoom, int rounds) {
-  d.m_nScrollX = 300;
-  d.m_nScrollY = 400;
-  // The dialog's pending paint would be a second draw: what is drawn is shown between the measurements.
-  return Compare(rounds, Whole([&] { d.DrawPreviewImage(d.m_hDlg, 600, 800, mode, zoom); }),
-                 Whole([&] { BareDraw(d, {zoom, d.m_nScrollX, d.m_nScrollY}); }),
-                 [&] { harness::HandleMessages(d.m_hDlg); });
-}
-
 void MeasureDraws(BenchDialog& d, std::span<const Page> pages, const std::wstring& folder) {
-  Load(d, FindPage(pages, "A4 200 dpi, noise"), folder);
-  for (int mode = 1; mode <= 7; ++mode) {
-    std::vector<double> ratios;
-    for (const auto& entry : settings::kZoomTable) {
-      const double zoom = preview::ScaleOfPercent(entry.percent);
-      const std::vector<double> more = DrawRatios(d, static_cast<PreviewDrawMode>(mode), zoom, 5);
-      ratios.insert(ratios.end(), more.begin(), more.end());
-    }
-    PrintFigure("draw in mode " + std::to_string(mode) + ", every zoom", kBareDraw, ratios, 1.05);
-  }
+  constexpr double kZoom = preview::kScaleAt100Percent;
   for (const Page& page : pages) {
     Load(d, page, folder);
+    d.m_nScrollX = 300;
+    d.m_nScrollY = 400;
+    // The dialog's pending paint would be a second draw: what is drawn is shown between the measurements.
     PrintFigure("draw, " + page.name, kBareDraw,
-                DrawRatios(d, PreviewDrawMode::DrawZoom, preview::kScaleAt100Percent, page.dpi < 600 ? 15 : 9), 1.05);
+                Compare(page.dpi < 600 ? 15 : 9,
+                        Whole([&] { d.DrawPreviewImage(d.m_hDlg, 0, 0, PreviewDrawMode::DrawZoom, kZoom); }),
+                        Whole([&] { BareDraw(d, {kZoom, d.m_nScrollX, d.m_nScrollY}); }),
+                        [&] { harness::HandleMessages(d.m_hDlg); }),
+                1.05);
   }
 }
 
@@ -130,13 +118,6 @@ void MeasureSteps(BenchDialog& d, const Page& page, const std::wstring& folder) 
   MeasureStep(d, "scroll step", 1.1, [&](bool forward) {
     SendMessageW(d.m_hDlg, WM_VSCROLL, forward ? SB_LINEDOWN : SB_LINEUP, reinterpret_cast<LPARAM>(vertical));
   });
-  d.OnCommand(d.m_hDlg, IDC_TOOL_ZOOM, 0);
-  SendMessageW(d.m_hDlg, WM_MOUSEMOVE, 0, PaneAt(d, 100, 100));
-  // Both bars paint themselves besides: no target.
-  MeasureStep(d, "zoom step", kNoTarget, [&](bool forward) {
-    d.m_bZoomIn = forward ? 1 : 0;
-    SendMessageW(d.m_hDlg, WM_LBUTTONDOWN, 0, PaneAt(d, 100, 100));
-  });
 }
 
 // Milliseconds of one movement that drags the frame, with everything that follows it on the screen.
@@ -156,31 +137,15 @@ double DragMilliseconds(BenchDialog& d, const Page& page, const std::wstring& fo
   return 1000 * seconds / kMoves;
 }
 
-// Such a movement sets one text of the status bar, which paints itself: that alone, beside it.
-double TextMilliseconds(const BenchDialog& d) {
-  constexpr int kTexts = 200;
-  const HWND bar = GetDlgItem(d.m_hDlg, IDC_STATUS_BAR);
-  return 1000 / kTexts * Seconds([&] {
-           for (int i = 0; i < kTexts; ++i) {
-             const std::wstring text = L" 20mm x " + std::to_wstring(i) + L"mm";
-             SendMessageW(bar, SB_SETTEXTW, 2, reinterpret_cast<LPARAM>(text.c_str()));
-             harness::HandleMessages(d.m_hDlg);
-           }
-         });
-}
-
 void MeasureDrag(BenchDialog& d, std::span<const Page> pages, const std::wstring& folder) {
   std::vector<double> large;
-  std::vector<double> text;
   std::vector<double> ratios;
   for (int i = 0; i < 7; ++i) {
     const double small = DragMilliseconds(d, FindPage(pages, "A4 75 dpi, noise"), folder);
     large.push_back(DragMilliseconds(d, FindPage(pages, "A4 300 dpi, noise"), folder));
-    text.push_back(TextMilliseconds(d));
     ratios.push_back(large.back() / small);
   }
   PrintFigure("move dragging the frame, A4 300 dpi", "one millisecond", large, 1.0);
-  PrintFigure("  the readout's text set alone", "one millisecond", text, kNoTarget);
   PrintFigure("move dragging the frame, A4 300 dpi", "the same, A4 75 dpi", ratios, 1.2);
 }
 
