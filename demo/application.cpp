@@ -209,10 +209,11 @@ int RunSimulated(HMODULE library, const DemoOptions& options, const Output& outp
   }
   FaultPlan plan = options.faults;
   if (!options.tour.empty()) {
+    // Of each transfer in turn: the picture of the last one, the scan, stays.
     plan.hook = [&options, taken = false](const TransferPoint& point) mutable {
       if (!taken && point.percent >= 50) {
         taken = true;
-        SaveWindowPicture(FindScanDialog(), FullPath(options.tour) + L"\\2-scanning.png");
+        SaveWindowPicture(FindScanDialog(), FullPath(options.tour) + L"\\8-scanning.png");
       }
     };
   }
