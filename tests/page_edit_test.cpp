@@ -61,28 +61,30 @@ TEST(PageEdit, FindsAndCopiesThePartInEveryTurn) {
       all += std::string(3, letter) + std::string(static_cast<std::size_t>(bytes - 3), '.');
     return all;
   };
-  const std::string stored = pixels(image, page::kReadBytes);
-  for (const auto& [turn, turned] : turns) {
-    const int columns = page::SwapsAxes(turn) ? 3 : 5;
-    const int rows = page::SwapsAxes(turn) ? 5 : 3;
-    for (int x = 0; x < columns; ++x) {
-      for (int y = 0; y < rows; ++y) {
-        for (int width = 1; width <= 6; ++width) {
-          const CutRectangle part = page::PartOnImage({x, y, width, 2}, columns, rows);
-          const CutRectangle before = page::BeforeTurn(part, turn, 5, 3);
-          ASSERT_EQ(page::AfterTurn(before, turn, 5, 3), part);
-          std::string expected;
-          for (int row = part.y; row < part.y + part.height; ++row) {
-            expected += pixels(
-                turned.substr(static_cast<std::size_t>(row * columns + part.x), static_cast<std::size_t>(part.width)),
-                page::kPageBytes);
+  for (const std::ptrdiff_t bytes : {3, 4}) {
+    const std::string stored = pixels(image, bytes);
+    for (const auto& [turn, turned] : turns) {
+      const int columns = page::SwapsAxes(turn) ? 3 : 5;
+      const int rows = page::SwapsAxes(turn) ? 5 : 3;
+      for (int x = 0; x < columns; ++x) {
+        for (int y = 0; y < rows; ++y) {
+          for (int width = 1; width <= 6; ++width) {
+            const CutRectangle part = page::PartOnImage({x, y, width, 2}, columns, rows);
+            const CutRectangle before = page::BeforeTurn(part, turn, 5, 3);
+            ASSERT_EQ(page::AfterTurn(before, turn, 5, 3), part);
+            std::string expected;
+            for (int row = part.y; row < part.y + part.height; ++row) {
+              expected += pixels(
+                  turned.substr(static_cast<std::size_t>(row * columns + part.x), static_cast<std::size_t>(part.width)),
+                  page::kPageBytes);
+            }
+            std::string copied(expected.size(), '?');
+            const auto* first = reinterpret_cast<const std::uint8_t*>(
+                &stored[static_cast<std::size_t>(bytes * (before.y * 5 + before.x))]);
+            page::CopyTurned({first, bytes * 5}, bytes, before.width, before.height, turn,
+                             {reinterpret_cast<std::uint8_t*>(copied.data()), page::kPageBytes * part.width});
+            ASSERT_EQ(copied, expected) << x << "," << y << " " << width;
           }
-          std::string copied(expected.size(), '?');
-          const auto* first = reinterpret_cast<const std::uint8_t*>(
-              &stored[static_cast<std::size_t>(page::kReadBytes * (before.y * 5 + before.x))]);
-          page::CopyTurned({first, page::kReadBytes * 5}, before.width, before.height, turn,
-                           {reinterpret_cast<std::uint8_t*>(copied.data()), page::kPageBytes * part.width});
-          ASSERT_EQ(copied, expected) << x << "," << y << " " << width;
         }
       }
     }

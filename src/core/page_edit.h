@@ -129,25 +129,25 @@ struct PixelRows {
   std::ptrdiff_t stride;
 };
 
-// Blue, green and red; as they are read, a byte that says nothing follows.
-constexpr std::ptrdiff_t kReadBytes = 4;
+// Of a pixel: blue, green and red.
 constexpr std::ptrdiff_t kPageBytes = 3;
 
-// Copies a block of the given size, as it lies in the source, turned to the target's top-left corner.
-inline void CopyTurned(PixelRows<const std::uint8_t> source, int width, int height, Turn turn,
-                       PixelRows<std::uint8_t> target) {
+// Copies a block of the given size, as it lies in the source, turned to the target's top-left corner. sourceBytes: of a
+// pixel there, 3, or 4 with one that says nothing behind them.
+inline void CopyTurned(PixelRows<const std::uint8_t> source, std::ptrdiff_t sourceBytes, int width, int height,
+                       Turn turn, PixelRows<std::uint8_t> target) {
   // The source pixel of the target's first one, and the way from there along a row and down a column of the target.
-  const std::ptrdiff_t lastColumn = kReadBytes * (width - 1);
+  const std::ptrdiff_t lastColumn = sourceBytes * (width - 1);
   const std::ptrdiff_t lastRow = source.stride * (height - 1);
   const std::uint8_t* first = source.first;
-  std::ptrdiff_t along = kReadBytes;
+  std::ptrdiff_t along = sourceBytes;
   std::ptrdiff_t down = source.stride;
   if (turn == Turn::Right) {
-    first += lastRow, along = -source.stride, down = kReadBytes;
+    first += lastRow, along = -source.stride, down = sourceBytes;
   } else if (turn == Turn::UpsideDown) {
-    first += lastRow + lastColumn, along = -kReadBytes, down = -source.stride;
+    first += lastRow + lastColumn, along = -sourceBytes, down = -source.stride;
   } else if (turn == Turn::Left) {
-    first += lastColumn, along = source.stride, down = -kReadBytes;
+    first += lastColumn, along = source.stride, down = -sourceBytes;
   }
   const int columns = SwapsAxes(turn) ? height : width;
   const int rows = SwapsAxes(turn) ? width : height;

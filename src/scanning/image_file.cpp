@@ -53,16 +53,24 @@ class PageReader {
 
   // Copies a part of the page, turned, to the target's top-left corner.
   bool Copy(const CutRectangle& part, Turn turn, Rows target) const {
-    // Of four bytes, although three are wanted: Wine 8's converter makes those of neither grey nor indexed pixels.
-    platform::ComPtr<IWICFormatConverter> pixels;
-    if (FAILED(m_image.factory->CreateFormatConverter(&pixels)) ||
-        FAILED(pixels->Initialize(m_image.pixels.Get(), GUID_WICPixelFormat32bppBGR, WICBitmapDitherTypeNone, nullptr,
-                                  0.0, WICBitmapPaletteTypeCustom))) {
-      return false;
+    WICPixelFormatGUID format = {};
+    const bool isWanted =
+        SUCCEEDED(m_image.pixels->GetPixelFormat(&format)) && IsEqualGUID(format, GUID_WICPixelFormat24bppBGR);
+    platform::ComPtr<IWICBitmapSource> pixels = m_image.pixels;
+    if (!isWanted) {
+      // To four bytes, although three are wanted: Wine 8's converter makes those of neither grey nor indexed pixels.
+      platform::ComPtr<IWICFormatConverter> converter;
+      if (FAILED(m_image.factory->CreateFormatConverter(&converter)) ||
+          FAILED(converter->Initialize(m_image.pixels.Get(), GUID_WICPixelFormat32bppBGR, WICBitmapDitherTypeNone,
+                                       nullptr, 0.0, WICBitmapPaletteTypeCustom))) {
+        return false;
+      }
+      pixels = converter;
     }
     // A quarter turn walks down the columns of a strip: so low, its cache lines stay at hand until they are used up.
     constexpr int kStripHeight = 64;
-    const int stride = part.width * static_cast<int>(page::kReadBytes);
+    const int pixelBytes = isWanted ? 3 : 4;
+    const int stride = part.width * pixelBytes;
     const UINT size = static_cast<UINT>(stride) * kStripHeight;
     const std::unique_ptr<BYTE[]> strip(new (std::nothrow) BYTE[size]);
     if (!strip) {
@@ -76,7 +84,7 @@ class PageReader {
       }
       const CutRectangle to = page::AfterTurn({0, done, part.width, height}, turn, part.width, part.height);
       std::uint8_t* const corner = target.first + target.stride * to.y + page::kPageBytes * to.x;
-      page::CopyTurned({strip.get(), stride}, part.width, height, turn, {corner, target.stride});
+      page::CopyTurned({strip.get(), stride}, pixelBytes, part.width, height, turn, {corner, target.stride});
     }
     return true;
   }
