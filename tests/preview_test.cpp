@@ -76,14 +76,12 @@ TEST_F(Preview, EveryZoomStepAtSeveralOffsets) {
       // A scroll bar takes no page that is longer than its range.
       EXPECT_EQ(user.Bar(IDC_HORIZONTAL_SCROLL).nPage, std::min(static_cast<UINT>(bar.right / zoom), 1701U));
       EXPECT_EQ(user.Bar(IDC_VERTICAL_SCROLL).nMax, 2200);
-      for (const int offset : {0, 333, 2199}) {
-        user.Scroll(IDC_HORIZONTAL_SCROLL, SB_THUMBTRACK, offset);
-        user.Scroll(IDC_VERTICAL_SCROLL, SB_THUMBTRACK, offset);
-        const int shownX = std::clamp(static_cast<int>(1700 - pane.cx / zoom), 0, offset);
-        const int shownY = std::clamp(static_cast<int>(2200 - pane.cy / zoom), 0, offset);
-        if (step % 2 == 0) Repaint(user);
-        ExpectPage(user, shownX, shownY);
-      }
+      const int offset = step % 2 == 0 ? 2199 : 333;
+      user.Scroll(IDC_HORIZONTAL_SCROLL, SB_THUMBTRACK, offset);
+      user.Scroll(IDC_VERTICAL_SCROLL, SB_THUMBTRACK, offset);
+      if (step % 2 == 0) Repaint(user);
+      ExpectPage(user, std::clamp(static_cast<int>(1700 - pane.cx / zoom), 0, offset),
+                 std::clamp(static_cast<int>(2200 - pane.cy / zoom), 0, offset));
     }
   });
 }
@@ -200,7 +198,7 @@ TEST_F(Preview, ADragThatLostItsReleaseIsFinished) {
                            },
                            [](SimulatedUser& user) { user.Press(IDC_TOOL_ZOOM); },
                            [](SimulatedUser& user) { user.Press(IDM_ROTATE_UPSIDE_DOWN); }};
-  for (const int request : {SB_LINEUP, SB_PAGEDOWN, SB_THUMBTRACK, SB_ENDSCROLL}) {
+  for (const int request : {SB_PAGEDOWN, SB_ENDSCROLL}) {
     ends.push_back([request](SimulatedUser& user) { user.Scroll(IDC_VERTICAL_SCROLL, request, 50); });
   }
   WithTool(IDC_TOOL_SELECT, [&](SimulatedUser& user) {
@@ -239,8 +237,8 @@ TEST_F(Preview, EveryScrollRequest) {
                  {SB_PAGERIGHT, 0, 700 + page}, {SB_THUMBTRACK, 42, 42},    {SB_LEFT, 0, 0},
                  {SB_RIGHT, 0, last},           {SB_THUMBPOSITION, 9, 700}, {SB_ENDSCROLL, 0, 700},
                  {SB_THUMBTRACK, 0, 0},         {SB_THUMBTRACK, 1699, last}};
+    user.Scroll(IDC_VERTICAL_SCROLL, SB_THUMBTRACK, 600);
     for (const auto& c : cases) {
-      user.Scroll(IDC_VERTICAL_SCROLL, SB_THUMBTRACK, 600);
       user.Scroll(IDC_HORIZONTAL_SCROLL, SB_THUMBTRACK, 700);
       user.Scroll(IDC_HORIZONTAL_SCROLL, c.request, c.thumb);
       EXPECT_NEAR(user.ScrollX(), c.offset, c.offset == last ? 2 : 0) << c.request;  // the bar is longer than the pane
@@ -307,8 +305,7 @@ TEST_F(Preview, ZoomClicksCentreAndPanFollows) {
     const Rect frame = user.Frame();
     const struct {
       int direction, step, percent;
-    } cases[] = {{IDM_ZOOM_IN, 0, 75},   {IDM_ZOOM_IN, 2, 150},  {IDM_ZOOM_IN, 5, 400}, {IDM_ZOOM_IN, 6, 400},
-                 {IDM_ZOOM_OUT, 6, 300}, {IDM_ZOOM_OUT, 3, 100}, {IDM_ZOOM_OUT, 0, 50}};
+    } cases[] = {{IDM_ZOOM_IN, 2, 150}, {IDM_ZOOM_IN, 6, 400}, {IDM_ZOOM_OUT, 6, 300}, {IDM_ZOOM_OUT, 0, 50}};
     for (const auto& c : cases) {
       user.Choose(IDC_ZOOM_LIST, c.step);
       user.Scroll(IDC_VERTICAL_SCROLL, SB_TOP);
@@ -451,7 +448,7 @@ TEST_F(Preview, ContextMenusOfTheToolButtons) {
 }
 
 TEST_F(Preview, BothDirectionsOfReadingShowAndFrameTheSamePage) {
-  for (const char* language : {"0409", "040D", "0401"}) {
+  for (const char* language : {"0409", "040D"}) {
     host.language = language;
     const bool mirrored = host.language != std::string("0409");
     WithPage([&](SimulatedUser& user) {
