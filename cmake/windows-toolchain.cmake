@@ -33,21 +33,19 @@ if(WSD_ARCHITECTURE STREQUAL "arm64")
   string(APPEND flags " -resource-dir ${WSD_ARM64_TOOLCHAIN}/clang")
   set(cxx_flags -stdlib=libc++)
   string(APPEND link_flags " -rtlib=compiler-rt -unwindlib=libunwind")
-  set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/arm64-runner)
 else()
   # Debian's own Windows libraries, and the C++ library of its GCC in the variant whose std::thread works; that one
   # wants libwinpthread.
   set(CMAKE_FIND_ROOT_PATH /usr/${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32)
   string(APPEND link_flags " -pthread")
-  if(WSD_ARCHITECTURE STREQUAL "x64")
-    set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/wine-runner)
-  else()
+  if(WSD_ARCHITECTURE STREQUAL "x86")
     # The same arithmetic as on the other architectures, not the extended precision of the x87; and a stack aligned for
     # it, which 32-bit callers don't promise.
     string(APPEND flags " -msse2 -mfpmath=sse -mstackrealign")
   endif()
 endif()
 
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/wine-runner)
 set(CMAKE_C_COMPILER clang-19)
 set(CMAKE_CXX_COMPILER clang++-19)
 foreach(language C CXX)
