@@ -298,7 +298,8 @@ TEST_F(Robustness, ALeakIsSeen) {
       {"GDI objects", [] { CreatePen(PS_SOLID, 1, 0); }},
       {"kernel handles", [] { CreateEventW(nullptr, TRUE, FALSE, nullptr); }},
       {"windows", [] { CreateWindowW(L"STATIC", L"", WS_POPUP, 0, 0, 1, 1, nullptr, nullptr, nullptr, nullptr); }},
-      {"heap bytes", [] { SysAllocString(L"lost"); }}};
+      // Wine 10 counts whole groups of small blocks: more than fits into one that is there.
+      {"heap bytes", [] { SysAllocStringLen(nullptr, 500); }}};
   for (const auto& [name, leak] : leaks) {
     const long long growth = Growth(40, leak)[name];
     EXPECT_GE(growth, 10) << name;
