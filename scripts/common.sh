@@ -6,6 +6,8 @@ ROOT=$PWD
 BUILD=$ROOT/build
 LOGS=$BUILD/logs
 mkdir -p "$LOGS"
+# Libraries of this machine's that the linker would look through, and note in the symbols.
+unset LIBRARY_PATH
 
 say() { printf '%s\n' "$*"; }
 fail() {
