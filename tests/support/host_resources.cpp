@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "platform/registry_reader.h"
 #include "platform/scoped.h"
 
 namespace harness {
@@ -13,10 +14,10 @@ namespace {
 
 // The table of all GDI objects of the process, which the process environment block points to.
 long long GdiObjects() {
-  constexpr bool kWide = sizeof(void*) == 8;
-  constexpr std::size_t kTableOffset = kWide ? 0xF8 : 0x94;
-  constexpr std::size_t kEntrySize = kWide ? 24 : 16;
-  constexpr std::size_t kTypeOffset = kWide ? 0x0E : 0x0A;
+  constexpr std::size_t kTableOffset = sizeof(void*) == 8 ? 0xF8 : 0x94;
+  const bool wide = sizeof(void*) == 8 || IsWow64();  // the machine's, not the program's
+  const std::size_t entrySize = wide ? 24 : 16;
+  const std::size_t typeOffset = wide ? 0x0E : 0x0A;
   constexpr std::size_t kEntries = 0x10000;
   PROCESS_BASIC_INFORMATION process = {};
   NtQueryInformationProcess(GetCurrentProcess(), ProcessBasicInformation, &process, sizeof(process), nullptr);
@@ -27,7 +28,7 @@ long long GdiObjects() {
   }
   long long count = 0;
   for (std::size_t i = 0; i < kEntries; ++i) {
-    count += table[i * kEntrySize + kTypeOffset] != 0 ? 1 : 0;
+    count += table[i * entrySize + typeOffset] != 0 ? 1 : 0;
   }
   return count;
 }
