@@ -203,9 +203,15 @@ PaneScreen SimulatedUser::Pane() const { return PaneScreen(Area(IDC_PREVIEW_PANE
 
 preview::Rect SimulatedUser::Frame() const {
   const std::wstring texts = Status(1) + Status(2);  // "  5mm,  10mm" and "216mm x 297mm"
-  int left = 0, top = 0, width = 0, height = 0;
-  std::swscanf(texts.c_str(), L"%dmm,%dmm%dmm x%dmm", &left, &top, &width, &height);
-  return {left, top, left + width, top + height};
+  // Without scanf: Wine 8 for ARM64 takes its arguments from the wrong places.
+  int numbers[4] = {};
+  const wchar_t* rest = texts.c_str();
+  for (int& number : numbers) {
+    wchar_t* end = nullptr;
+    number = static_cast<int>(std::wcstol(rest, &end, 10));
+    rest = end + std::wcscspn(end, L"0123456789");
+  }
+  return {numbers[0], numbers[1], numbers[0] + numbers[2], numbers[1] + numbers[3]};
 }
 
 void SimulatedUser::ActAtRandom(std::mt19937& random) const {
