@@ -15,13 +15,13 @@ if(NOT MSVC)
   # of the C++ library, in another format, are left out.
   add_compile_options(-g -gcodeview -gno-codeview-command-line)
   add_link_options(LINKER:--pdb= LINKER:-Xlink=-pdbaltpath:%_PDB% LINKER:--strip-all)
-  # Two builds give the same bytes: no path of the build machine, and no time of day. In the symbols the sources are
-  # below a folder of this name.
+  # Two builds give the same bytes: no path of the build machine, and no time of day. In the symbols the linker
+  # puts the sources below a folder of this name.
   set(symbols_root ${PROJECT_NAME}-${PROJECT_VERSION})
-  add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}=. -fdebug-prefix-map=${CMAKE_SOURCE_DIR}=${symbols_root}
+  add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}=. -fdebug-prefix-map=${CMAKE_SOURCE_DIR}/=
     -fdebug-compilation-dir=.)
   if(WSD_ARM64_TOOLCHAIN)
-    add_compile_options(-fdebug-prefix-map=${WSD_ARM64_TOOLCHAIN}=toolchain)
+    add_compile_options(-fdebug-prefix-map=${WSD_ARM64_TOOLCHAIN}=/toolchain)
   endif()
   add_link_options(LINKER:-Xlink=-pdbsourcepath:${symbols_root} LINKER:--no-insert-timestamp)
   # Hardening: stack guard, checked indirect calls, and what the loader needs for them.
