@@ -2,21 +2,22 @@
 #include "bench/bench.h"
 #include "platform/gdiplus_owners.h"
 #include "resources/resource_ids.h"
+#include "tests/support/platform_faults.h"
 
 namespace gdip = Gdiplus::DllExports;
 
 namespace {
 
 int g_loads = 0;
+decltype(&gdip::GdipLoadImageFromFile) g_load = nullptr;
+
+// Every load of an image file comes here: that is how often a page is decoded to be shown.
+Gdiplus::GpStatus WINGDIPAPI CountLoad(GDIPCONST WCHAR* path, Gdiplus::GpImage** image) {
+  ++g_loads;
+  return g_load(path, image);
+}
 
 }  // namespace
-
-// The linker sends every load of an image file here: that is how often a page is decoded to be shown.
-extern "C" Gdiplus::GpStatus WINGDIPAPI __real_GdipLoadImageFromFile(const WCHAR* path, Gdiplus::GpImage** image);
-extern "C" Gdiplus::GpStatus WINGDIPAPI __wrap_GdipLoadImageFromFile(const WCHAR* path, Gdiplus::GpImage** image) {
-  ++g_loads;
-  return __real_GdipLoadImageFromFile(path, image);
-}
 
 namespace bench {
 namespace {
@@ -152,6 +153,8 @@ void MeasureDrag(BenchDialog& d, std::span<const Page> pages, const std::wstring
 }  // namespace
 
 void MeasurePreview(std::span<const Page> pages, const std::wstring& folder) {
+  void* const load = harness::ReplaceImport("GdipLoadImageFromFile", reinterpret_cast<void*>(&CountLoad));
+  g_load = reinterpret_cast<decltype(g_load)>(load);
   DEVICEDIALOGDATA2 request = {};
   BenchDialog dialog;
   dialog.Run(request, [&](BenchDialog& d) {
