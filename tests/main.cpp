@@ -9,6 +9,7 @@
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
   harness::leaveMachine = argc > 1 && std::strcmp(argv[1], "--leave-machine") == 0;
+  harness::thorough = argc > 1 && std::strcmp(argv[1], "--thorough") == 0;
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
   CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
   g_hInstance = harness::Library();

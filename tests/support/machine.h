@@ -1,4 +1,4 @@
-// The machine that the tests run on: what they may do to it, and where their files are.
+// What the tests may do to the machine they run on and how much of it they may take, and where their files are.
 #pragma once
 
 #ifdef _WIN32
@@ -11,6 +11,8 @@ namespace harness {
 
 // Told by "--leave-machine": tests that change the registry, the system's folder or the devices are skipped.
 inline bool leaveMachine = false;
+// Told by "--thorough": the robustness suites throw everything that they have, and print a table of it.
+inline bool thorough = false;
 
 // The sample files: in the folder "data" beside the program, so that both can be moved together.
 inline std::filesystem::path TestData() {

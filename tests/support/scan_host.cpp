@@ -2,12 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "entry/class_factory.h"
 #include "platform/module_state.h"
 #include "resources/lang_resource.h"
-#include "tests/support/host_resources.h"
 
 namespace harness {
 namespace {
@@ -149,48 +146,6 @@ void ScanHost::FreeOutputs() {
     request.pWiaItem->Release();
   }
   request = {};
-}
-
-LoadedLibrary::LoadedLibrary(const wchar_t* path) : m_module(LoadLibraryW(path)) {
-  using GetClassObject = HRESULT(WINAPI*)(REFCLSID, REFIID, void**);
-  const auto get = reinterpret_cast<GetClassObject>(reinterpret_cast<void*>(Function("DllGetClassObject")));
-  platform::ComPtr<IClassFactory> factory;
-  get(CLSID_WiaScanDialog, IID_IClassFactory, reinterpret_cast<void**>(factory.GetAddressOf()));
-  factory->CreateInstance(nullptr, IID_IWiaUIExtension2, reinterpret_cast<void**>(m_extension.GetAddressOf()));
-}
-
-bool LoadedLibrary::CanUnload() {
-  m_extension.Reset();
-  const auto can = reinterpret_cast<HRESULT(WINAPI*)()>(reinterpret_cast<void*>(Function("DllCanUnloadNow")));
-  return can() == S_OK;
-}
-
-void LoadedLibrary::Unload() {
-  m_extension.Reset();
-  if (m_module != nullptr) {
-    FreeLibrary(m_module);
-  }
-  m_module = nullptr;
-}
-
-std::map<std::string, long long> Growth(int cycles, const std::function<void()>& cycle) {
-  std::map<std::string, long long> first;
-  std::map<std::string, long long> last;
-  for (int i = 0; i < cycles; ++i) {
-    cycle();
-    auto* const quarter = i < cycles / 4 ? &first : i >= cycles - cycles / 4 ? &last : nullptr;
-    if (quarter == nullptr) {
-      continue;
-    }
-    for (const auto& [name, held] : CountHostResources()) {
-      const auto found = quarter->try_emplace(name, held).first;
-      found->second = std::min(found->second, held);
-    }
-  }
-  for (auto& [name, count] : last) {
-    count -= first[name];
-  }
-  return last;
 }
 
 void RunOnThread(int apartment, std::size_t stack, const std::function<void()>& body) {

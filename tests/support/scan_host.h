@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -64,29 +63,6 @@ class ScanHost {
   std::string WhatLies() const;
   void FreeOutputs();
 };
-
-// The library as an application loads it, and an object of its class.
-class LoadedLibrary {
- public:
-  explicit LoadedLibrary(const wchar_t* path);
-  ~LoadedLibrary() { Unload(); }
-  LoadedLibrary(const LoadedLibrary&) = delete;
-  LoadedLibrary& operator=(const LoadedLibrary&) = delete;
-
-  HRESULT DeviceDialog(DEVICEDIALOGDATA2* request) const { return m_extension->DeviceDialog(request); }
-  // Drops the object; whether the library says that it can go then.
-  bool CanUnload();
-  void Unload();
-
- private:
-  FARPROC Function(const char* name) const { return GetProcAddress(m_module, name); }
-  HMODULE m_module;
-  platform::ComPtr<IWiaUIExtension2> m_extension;
-};
-
-// The growth of each resource (see CountHostResources) from the first quarter of the cycles to the last. A peak in one
-// of them is no leak, so the smallest count of a quarter stands for it.
-std::map<std::string, long long> Growth(int cycles, const std::function<void()>& cycle);
 
 // Runs it on a new thread with COM of this kind (COINIT_...; -1: none), with a stack of so many bytes, and waits.
 void RunOnThread(int apartment, std::size_t stack, const std::function<void()>& body);

@@ -31,13 +31,6 @@ BOOL CALLBACK Sort(HWND window, LPARAM parameter) {
   return TRUE;
 }
 
-int Below(std::mt19937& random, int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); }
-
-template <class Value, std::size_t kCount>
-Value OneOf(std::mt19937& random, const Value (&values)[kCount]) {
-  return values[random() % kCount];
-}
-
 }  // namespace
 
 void HandleMessages(HWND dialog) {
@@ -212,64 +205,6 @@ preview::Rect SimulatedUser::Frame() const {
     rest = end + std::wcscspn(end, L"0123456789");
   }
   return {numbers[0], numbers[1], numbers[0] + numbers[2], numbers[1] + numbers[3]};
-}
-
-void SimulatedUser::ActAtRandom(std::mt19937& random) const {
-  constexpr int kChildren[] = {IDC_PREVIEW_PANE, IDC_ZOOM_LIST,     IDC_TOOL_SELECT, IDC_TOOL_ZOOM,
-                               IDC_TOOL_PAN,     IDC_BRIGHTNESS,    IDC_RESOLUTION,  IDC_HORIZONTAL_SCROLL,
-                               IDC_STATUS_BAR,   IDC_ORIGINAL_SIZE, IDC_FEED_METHOD, IDC_VERTICAL_SCROLL};
-  const HWND child = Control(OneOf(random, kChildren));
-  const int kind = Below(random, 100);
-  // Mostly over the pane, sometimes beside it.
-  const SIZE pane = PaneSize();
-  const auto anyX = [&] { return static_cast<int>(pane.cx * (Below(random, 130) - 15) / 100); };
-  const auto anyY = [&] { return static_cast<int>(pane.cy * (Below(random, 130) - 15) / 100); };
-  if (kind < 36) {
-    constexpr UINT kMessages[] = {WM_MOUSEMOVE,   WM_MOUSEMOVE,  WM_MOUSEMOVE,     WM_LBUTTONDOWN, WM_LBUTTONDOWN,
-                                  WM_LBUTTONUP,   WM_LBUTTONUP,  WM_LBUTTONDBLCLK, WM_RBUTTONDOWN, WM_RBUTTONUP,
-                                  WM_MBUTTONDOWN, WM_MOUSELEAVE, WM_NCMOUSEMOVE,   WM_MOUSEHOVER,  WM_NCHITTEST};
-    Point(OneOf(random, kMessages), anyX(), anyY());
-  } else if (kind < 42) {
-    Drag(anyX(), anyY(), anyX(), anyY());
-  } else if (kind < 60) {
-    constexpr int kCommands[] = {IDC_TOOL_SELECT, IDC_TOOL_ZOOM, IDC_TOOL_PAN,    IDC_TOOL_ROTATE,
-                                 IDM_ZOOM_IN,     IDM_ZOOM_OUT,  IDM_ROTATE_LEFT, IDM_ROTATE_UPSIDE_DOWN,
-                                 IDC_DEFAULT,     IDC_PREVIEW,   IDC_FEED_METHOD, IDC_PLACEMENT};
-    Press(OneOf(random, kCommands));
-  } else if (kind < 64) {
-    Choose(IDC_ZOOM_LIST, Below(random, 8) - 1);
-  } else if (kind < 74) {
-    const bool horizontal = Below(random, 2) == 0;
-    Scroll(horizontal ? IDC_HORIZONTAL_SCROLL : IDC_VERTICAL_SCROLL, Below(random, 10), Below(random, 4000));
-  } else if (kind < 82) {
-    constexpr WORD kKeys[] = {VK_TAB, VK_UP, VK_DOWN, VK_LEFT, VK_RIGHT, VK_SPACE, VK_PRIOR, VK_END, VK_F4, 'A'};
-    PostMessageW(child, Below(random, 2) == 0 ? WM_KEYDOWN : WM_KEYUP, OneOf(random, kKeys), 1);
-  } else if (kind < 85) {
-    PostMessageW(Below(random, 2) == 0 ? child : m_dialog, Below(random, 2) == 0 ? WM_MOUSEWHEEL : WM_MOUSEHWHEEL,
-                 MAKEWPARAM(0, (Below(random, 7) - 3) * WHEEL_DELTA), 0);
-  } else if (kind < 88) {
-    Send(WM_ACTIVATE, MAKEWPARAM(Below(random, 3), Below(random, 4) == 0), 0);
-  } else if (kind < 90) {
-    RedrawWindow(m_dialog, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
-  } else if (kind < 91) {
-    RECT button = {};
-    GetWindowRect(Control(Below(random, 2) == 0 ? IDC_TOOL_ZOOM : IDC_TOOL_ROTATE), &button);
-    Send(WM_CONTEXTMENU, reinterpret_cast<WPARAM>(m_dialog), MAKELPARAM(button.left + 2, button.top + 2));
-  } else if (kind < 96) {
-    constexpr UINT kHarmless[] = {WM_SIZE,           WM_MOVE,          WM_TIMER,        WM_SYSCOLORCHANGE,
-                                  WM_CAPTURECHANGED, WM_MOUSEACTIVATE, WM_THEMECHANGED, WM_DISPLAYCHANGE,
-                                  WM_CANCELMODE,     WM_SETFOCUS,      WM_KILLFOCUS,    WM_SHOWWINDOW,
-                                  WM_NCPAINT,        WM_PAINT,         WM_NULL};
-    Send(OneOf(random, kHarmless), random() % 3, 0);
-  } else if (kind < 99) {
-    // Private and registered messages of somebody else; the dialog classes own the first of WM_USER.
-    Send(static_cast<UINT>(WM_USER + 0x10 + Below(random, 0xFF00 - WM_USER)), random(), random());
-  } else if (Below(random, 4) == 0) {
-    Press(Below(random, 2) == 0 ? IDC_SCAN : IDCANCEL);
-  }
-  if (IsShown()) {
-    Settle();
-  }
 }
 
 }  // namespace harness

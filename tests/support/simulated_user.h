@@ -7,7 +7,6 @@
 #include <commctrl.h>
 
 #include <functional>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -79,10 +78,6 @@ class SimulatedUser {
   // The texts of the message boxes so far, and the identifiers of the menu items, a star behind those with a mark.
   std::vector<std::wstring> messages;
   std::string menuItems;
-
-  // One event as a cat on the keyboard makes it: pointer, keys, wheel, commands, scroll codes, activation, sizes,
-  // menus, paint requests and unknown messages; now and then Scan and Close.
-  void ActAtRandom(std::mt19937& random) const;
 
  private:
   static LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
