@@ -36,11 +36,11 @@ def in_folders(build, names):
     return {f"{folder}/{name}": (build / folder / name).read_bytes() for folder in ARCHITECTURES for name in names}
 
 
-def with_notices(programs, others, file_system):
-    return programs | others | {check_package.NOTICES: as_text(third_party.notices(programs, file_system))}
+def with_notices(programs, others):
+    return programs | others | {check_package.NOTICES: as_text(third_party.notices(programs))}
 
 
-def collect(build, file_system=pathlib.Path("/")):
+def collect(build):
     """What an integrator ships: name in the zip -> bytes."""
     programs = in_folders(build, PROGRAMS)
     symbols = {f"symbols/{name}": data for name, data in in_folders(build, ["WiaScanDialog.pdb"]).items()}
@@ -48,10 +48,10 @@ def collect(build, file_system=pathlib.Path("/")):
     programs["x86/WiaScanDialog32.dll"] = programs["x86/WiaScanDialog.dll"]
     sources = [*(ROOT / "packaging").glob("*.*"), ROOT / "docs/integrating.md", ROOT / "CHANGELOG.md"]
     texts = {path.name: as_text(path.read_text("utf-8")) for path in sources}
-    return with_notices(programs, symbols | texts, file_system)
+    return with_notices(programs, symbols | texts)
 
 
-def collect_check(build, file_system=pathlib.Path("/")):
+def collect_check(build):
     """The check kit: name in the zip -> bytes."""
     samples = {f"data/{path.name}": path.read_bytes() for path in (ROOT / "tests/data").glob("*.jpg")}
     page = ROOT / "docs/trying-on-windows.md"
@@ -59,7 +59,7 @@ def collect_check(build, file_system=pathlib.Path("/")):
     others |= {path.name: as_text(path.read_text("utf-8")) for path in (ROOT / "packaging/check/check.cmd", page)}
     for picture in re.findall(r"\]\((pictures/[^)]+)\)", page.read_text("utf-8")):
         others[picture] = (page.parent / picture).read_bytes()
-    return with_notices(in_folders(build, (*PROGRAMS, "wia_scan_dialog_tests.exe")), others, file_system)
+    return with_notices(in_folders(build, (*PROGRAMS, "wia_scan_dialog_tests.exe")), others)
 
 
 def write(files, target, check=check_package.check):

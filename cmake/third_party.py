@@ -96,7 +96,7 @@ def contained(name, data):
     return found
 
 
-def notices(programs, root=pathlib.Path("/")):
+def notices(programs):
     """The text for programs, {name: bytes}. ValueError when a file is missing, or not as it was."""
     users = {}
     for name, data in sorted(programs.items()):
@@ -106,7 +106,7 @@ def notices(programs, root=pathlib.Path("/")):
     for component in (component for component in COMPONENTS if component in users):
         parts = []
         for source in component.sources:
-            file = min(root.glob(source.path), default=None)
+            file = min(pathlib.Path("/").glob(source.path), default=None)
             if file is None:
                 raise ValueError(f"{component.name}: there is no /{source.path}")
             part = "\n\n".join(source.extract(file.read_text("utf-8")))
