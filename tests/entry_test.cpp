@@ -40,8 +40,7 @@ TEST(Entry, ClassObjectAndUnloading) {
   EXPECT_EQ(ClassObject(IID_IUnknown, IID_IUnknown, nullptr), E_INVALIDARG);
   void* object = kGarbage;
   EXPECT_EQ(ClassObject(IID_IUnknown, IID_IClassFactory, &object), CLASS_E_CLASSNOTAVAILABLE);
-  EXPECT_EQ(object, nullptr);
-  object = kGarbage;
+  EXPECT_EQ(std::exchange(object, kGarbage), nullptr);
   EXPECT_EQ(ClassObject(CLSID_WiaScanDialog, IID_IWiaUIExtension2, &object), E_NOINTERFACE);
   EXPECT_EQ(object, nullptr);
   EXPECT_EQ(CanUnload(), S_OK);
@@ -64,8 +63,7 @@ TEST(Entry, FactoryMakesCountedObjects) {
   void* object = kGarbage;
   EXPECT_EQ(g_classFactory.CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
   EXPECT_EQ(g_classFactory.CreateInstance(&g_classFactory, IID_IUnknown, &object), CLASS_E_NOAGGREGATION);
-  EXPECT_EQ(object, nullptr);
-  object = kGarbage;
+  EXPECT_EQ(std::exchange(object, kGarbage), nullptr);
   EXPECT_EQ(g_classFactory.CreateInstance(nullptr, IID_IClassFactory, &object), E_NOINTERFACE);
   EXPECT_EQ(object, nullptr);
   EXPECT_EQ(g_cLocks, 0) << "an object that lacks the interface is freed again";
@@ -75,15 +73,13 @@ TEST(Entry, FactoryMakesCountedObjects) {
   }
   ComPtr<IWiaUIExtension2> extension;
   ASSERT_EQ(g_classFactory.CreateInstance(nullptr, IID_IWiaUIExtension2, &extension), S_OK);
-  EXPECT_EQ(g_cLocks, 1);
-  EXPECT_EQ(extension->AddRef(), 2U);
-  EXPECT_EQ(extension->Release(), 1U);
   EXPECT_EQ(extension->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
   object = kGarbage;
   EXPECT_EQ(extension->QueryInterface(IID_IClassFactory, &object), E_NOINTERFACE);
   EXPECT_EQ(object, nullptr);
   EXPECT_EQ(extension->DeviceDialog(nullptr), E_INVALIDARG);
-  extension.Reset();
+  EXPECT_EQ(g_cLocks, 1);
+  EXPECT_EQ(extension.Reset(), 0U);
   EXPECT_EQ(g_cLocks, 0);
 }
 
@@ -157,18 +153,6 @@ struct ThreadContexts {
   HANDLE density = nullptr;
 };
 
-// The file that holds the window's procedure: the side-by-side folder of version 6 has it in its name. What the file
-// itself answers for its version is 5.81 on Wine 8, in either folder.
-std::wstring FileOfClass(HWND window) {
-  HMODULE module = nullptr;
-  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                     reinterpret_cast<LPCWSTR>(GetClassLongPtrW(window, GCLP_WNDPROC)), &module);
-  wchar_t path[MAX_PATH] = {};
-  GetModuleFileNameW(module, path, MAX_PATH);
-  CharLowerW(path);
-  return path;
-}
-
 TEST(EntryHost, TheThreadsContextsAreAsBefore) {
   const HANDLE perMonitor = reinterpret_cast<HANDLE>(INT_PTR{-3});
   const HANDLE system = reinterpret_cast<HANDLE>(INT_PTR{-2});
@@ -180,9 +164,6 @@ TEST(EntryHost, TheThreadsContextsAreAsBefore) {
     EXPECT_NE(ThreadContexts().look, before.look);
     const auto ofWindow = ThreadContexts::Function<HANDLE(WINAPI*)(HWND)>("GetWindowDpiAwarenessContext");
     EXPECT_TRUE(ofWindow == nullptr || ThreadContexts::SameDensity(ofWindow(user.Dialog()), system));
-    const std::wstring file = FileOfClass(user.Control(IDC_STATUS_BAR));
-    EXPECT_NE(file.find(L"common-controls_6595b64144ccf1df_6."), std::wstring::npos)
-        << std::filesystem::path(file).string();
   });
   EXPECT_TRUE(ThreadContexts() == before);
   {

@@ -319,8 +319,6 @@ TEST(TransferCallback, ComRules) {
   void* object = callback.Get();
   EXPECT_EQ(callback->QueryInterface(IID_IWiaTransfer, &object), E_NOINTERFACE);
   EXPECT_EQ(object, nullptr);
-  EXPECT_EQ(callback->AddRef(), 2U);
-  EXPECT_EQ(callback->Release(), 1U);
   EXPECT_EQ(callback->TransferCallback(0, nullptr), S_OK);
   EXPECT_EQ(callback->GetNextStream(0, nullptr, nullptr, nullptr), E_FAIL);
   ComPtr<IStream> stream;
