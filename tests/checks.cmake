@@ -3,9 +3,11 @@ set(checks ${CMAKE_SOURCE_DIR}/cmake/checks)
 
 if(CMAKE_BUILD_TYPE STREQUAL "Release")
   find_program(LLVM_PDBUTIL llvm-pdbutil-19 REQUIRED)
+  find_program(LLVM_READOBJ llvm-readobj-19 REQUIRED)
   add_test(NAME dll_static COMMAND ${Python3_EXECUTABLE} ${checks}/check_dll.py $<TARGET_FILE:WiaScanDialog>
     --machine ${WSD_ARCHITECTURE} --version ${PROJECT_VERSION}
-    --ids ${CMAKE_SOURCE_DIR}/src/resources/resource_ids.h --pdbutil ${LLVM_PDBUTIL})
+    --ids ${CMAKE_SOURCE_DIR}/src/resources/resource_ids.h --readobj ${LLVM_READOBJ}
+    --pdbutil ${LLVM_PDBUTIL})
 endif()
 
 # The sources are the same for every architecture.
