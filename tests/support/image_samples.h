@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -44,16 +43,6 @@ inline Content Quadrants(int width, int height, float dpiX, float dpiY) {
   WriteQuadrants(folder.File(L"page.jpg"), width, height, dpiX, dpiY);
   const std::string bytes = Bytes(folder.path / L"page.jpg");
   return {bytes.begin(), bytes.end()};
-}
-
-// Whether a pixel has this colour, as far as JPEG keeps it.
-inline bool Shows(Gdiplus::Bitmap& image, UINT x, UINT y, COLORREF expected) {
-  constexpr int kTolerance = 24;
-  Gdiplus::Color color;
-  image.GetPixel(static_cast<INT>(x), static_cast<INT>(y), &color);
-  return std::abs(color.GetR() - GetRValue(expected)) < kTolerance &&
-         std::abs(color.GetG() - GetGValue(expected)) < kTolerance &&
-         std::abs(color.GetB() - GetBValue(expected)) < kTolerance;
 }
 
 // An image file, decoded. It must be gone before the file can be deleted.
