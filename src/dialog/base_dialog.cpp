@@ -23,22 +23,6 @@ constexpr UINT kWmNcmouseLast = WM_NCMBUTTONDBLCLK;
 constexpr UINT kUserMessagesLast = WM_APP - 1;
 constexpr UINT kAppMessagesLast = 0xBFFF;
 
-// BeginPaint and EndPaint around a scope, whatever leaves it.
-class PaintCycle {
- public:
-  explicit PaintCycle(HWND window) noexcept : m_window(window), m_context(BeginPaint(window, &m_paint)) {}
-  ~PaintCycle() { EndPaint(m_window, &m_paint); }
-  PaintCycle(const PaintCycle&) = delete;
-  PaintCycle& operator=(const PaintCycle&) = delete;
-
-  HDC get() const noexcept { return m_context; }
-
- private:
-  HWND m_window;
-  PAINTSTRUCT m_paint{};
-  HDC m_context;
-};
-
 // The common control classes exist only after this call; without them the dialog cannot be created.
 void RegisterControlClasses() {
   const INITCOMMONCONTROLSEX classes = {sizeof(classes), ICC_BAR_CLASSES | ICC_USEREX_CLASSES};
@@ -256,8 +240,10 @@ bool BASE_DIALOG::WantsMouseMove() const {
 }
 
 INT_PTR BASE_DIALOG::OnPaintMessage(HWND hDlg, WPARAM wParam, LPARAM lParam) {
-  const PaintCycle paint(hDlg);
-  return OnPaint(hDlg, paint.get(), wParam, lParam);
+  PAINTSTRUCT paint = {};
+  const HDC context = BeginPaint(hDlg, &paint);
+  const platform::Finally painted([hDlg, &paint] { EndPaint(hDlg, &paint); });
+  return OnPaint(hDlg, context, wParam, lParam);
 }
 
 INT_PTR BASE_DIALOG::OnMouseMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) {

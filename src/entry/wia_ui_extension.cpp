@@ -13,17 +13,9 @@
 
 namespace {
 
-// Deletes what DoModal created. Outlives the dialog, whose controls use the fonts.
-class LanguageResources {
- public:
-  LanguageResources() noexcept { g_pLangResource = nullptr; }
-  ~LanguageResources() {
-    delete g_pLangResource;
-    g_pLangResource = nullptr;
-  }
-  LanguageResources(const LanguageResources&) = delete;
-  LanguageResources& operator=(const LanguageResources&) = delete;
-};
+// Set while the process's one dialog runs. The language resources hang on a process-wide pointer, so a second dialog,
+// started from another thread or from inside the first, must not touch anything.
+volatile LONG dialogRunning = 0;
 
 // S_OK when the name fits a path buffer, 0x8007007A when it was cut.
 HRESULT CheckFileName(const wchar_t* fileName) {
@@ -57,10 +49,10 @@ HRESULT STDMETHODCALLTYPE CWiaUIExtension::DeviceDialog(PDEVICEDIALOGDATA2 pDevi
   if (pDeviceDialogData == nullptr) {
     return E_INVALIDARG;
   }
-  const DialogClaim claim;
-  if (!claim.granted()) {
+  if (InterlockedCompareExchange(&dialogRunning, 1, 0) != 0) {
     return HRESULT_FROM_WIN32(ERROR_BUSY);
   }
+  const platform::Finally ended([] { InterlockedExchange(&dialogRunning, 0); });
   try {
     return RunScanDialog(pDeviceDialogData);
   } catch (const std::bad_alloc&) {
@@ -73,7 +65,12 @@ HRESULT STDMETHODCALLTYPE CWiaUIExtension::DeviceDialog(PDEVICEDIALOGDATA2 pDevi
 HRESULT CWiaUIExtension::RunScanDialog(DEVICEDIALOGDATA2* pDeviceDialogData) {
   const HRESULT result = CheckFileName(pDeviceDialogData->bstrFilename);
   const platform::ComSession com;  // the page's codecs are COM objects
-  const LanguageResources languageResources;
+  g_pLangResource = nullptr;
+  // What DoModal creates outlives the dialog, whose controls use the fonts.
+  const platform::Finally languageResourcesEnd([] {
+    delete g_pLangResource;
+    g_pLangResource = nullptr;
+  });
   const platform::GdiplusSession gdiplus(m_ulGdiplusToken);
   SCAN_DIALOG dialog;
   const INT_PTR endCode = dialog.DoModal(pDeviceDialogData);

@@ -1,4 +1,4 @@
-// What keeps the library loaded, and the one dialog that may run.
+// What keeps the library loaded.
 #pragma once
 
 #include <windows.h>
@@ -16,20 +16,4 @@ class ModuleLock {
   ~ModuleLock() { InterlockedDecrement(&g_cLocks); }
   ModuleLock(const ModuleLock&) = delete;
   ModuleLock& operator=(const ModuleLock&) = delete;
-};
-
-// Claims the process's one device dialog for a scope. The language resources hang on a process-wide pointer, so a
-// second dialog, started from another thread or from inside the first, must not touch anything.
-class DialogClaim {
- public:
-  DialogClaim() noexcept;
-  ~DialogClaim();
-  DialogClaim(const DialogClaim&) = delete;
-  DialogClaim& operator=(const DialogClaim&) = delete;
-
-  // False when another dialog is running.
-  bool granted() const noexcept { return m_granted; }
-
- private:
-  bool m_granted;
 };

@@ -10,6 +10,7 @@
 #include <wrl/client.h>
 
 #include <memory>
+#include <utility>
 
 namespace platform {
 
@@ -176,16 +177,17 @@ class ScopedPropVariant {
   PROPVARIANT m_value;
 };
 
-// Holds a flag true for the length of a scope; a re-entrant call sees it set.
-class FlagGuard {
+// Calls a function, which must not throw, when the scope ends, whatever ends it.
+template <class Function>
+class Finally {
  public:
-  explicit FlagGuard(bool& flag) noexcept : m_flag(flag) { m_flag = true; }
-  ~FlagGuard() { m_flag = false; }
-  FlagGuard(const FlagGuard&) = delete;
-  FlagGuard& operator=(const FlagGuard&) = delete;
+  explicit Finally(Function function) noexcept : m_function(std::move(function)) {}
+  ~Finally() { m_function(); }
+  Finally(const Finally&) = delete;
+  Finally& operator=(const Finally&) = delete;
 
  private:
-  bool& m_flag;
+  const Function m_function;
 };
 
 }  // namespace platform

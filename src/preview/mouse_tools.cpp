@@ -45,7 +45,8 @@ void SCAN_DIALOG::SelectTool(HWND hDlg, int id) {
   // The click makes the button notify the dialog, which comes here again with the same id. Windows ignores a click sent
   // to a button that is still handling one; Wine 8 recurses without end.
   if (isTool && !m_bClickingTool) {
-    const platform::FlagGuard clicking(m_bClickingTool);
+    m_bClickingTool = true;
+    const platform::Finally clicked([this] { m_bClickingTool = false; });
     SendDlgItemMessageW(hDlg, id, BM_CLICK, 0, 0);
   }
   m_bSelectTool = id == IDC_TOOL_SELECT;

@@ -159,7 +159,6 @@ class SCAN_DIALOG : public BASE_DIALOG {
   // Fills the caller's output fields. `result`, or E_FAIL with the fields untouched when there is no memory for them.
   HRESULT ReportScan(IWiaItem2* item, const wchar_t* path, HRESULT result);
   void GetImageEditParams(ImageEditParams* params) const;
-  class BusyPointer;
   class Progress;
   // The status bar's first part: how much of the page has arrived, in percent.
   void ShowProgress(int percent) noexcept;

@@ -52,34 +52,20 @@ Delivery Download(IWiaTransfer* transfer, HWND owner, const wchar_t* path, Purpo
 
 }  // namespace
 
-// The busy pointer over the dialog, also where message loops of others run meanwhile; afterwards the one before it, or
-// the arrow when the tool that it belonged to is no longer current.
-class SCAN_DIALOG::BusyPointer {
- public:
-  explicit BusyPointer(SCAN_DIALOG& dialog) : m_dialog(dialog) {
-    m_dialog.m_hCurBusy = LoadCursorW(nullptr, IDC_WAIT);
-    m_before = SetCursor(m_dialog.m_hCurBusy);
-  }
-  ~BusyPointer() {
-    m_dialog.m_hCurBusy = nullptr;
-    const bool hasTool = m_dialog.m_bPanTool || m_dialog.m_bSelectTool || m_dialog.m_bZoomTool;
-    SetCursor(hasTool ? m_before : m_dialog.m_hCurArrow);
-  }
-  BusyPointer(const BusyPointer&) = delete;
-  BusyPointer& operator=(const BusyPointer&) = delete;
-
- private:
-  SCAN_DIALOG& m_dialog;
-  HCURSOR m_before;
-};
-
 HRESULT SCAN_DIALOG::TransferImage(int previewFlag) {
   if (m_bTransferring) {
     return HRESULT_FROM_WIN32(ERROR_BUSY);
   }
   EndDrag(m_hDlg);  // its release would come while the transfer runs
-  const platform::FlagGuard transferring(m_bTransferring);
-  const BusyPointer busy(*this);
+  m_bTransferring = true;
+  m_hCurBusy = LoadCursorW(nullptr, IDC_WAIT);  // over the dialog, also where message loops of others run meanwhile
+  const HCURSOR before = SetCursor(m_hCurBusy);
+  const platform::Finally transferred([this, before] {
+    m_hCurBusy = nullptr;
+    // The pointer before may belong to a tool that is no longer current.
+    SetCursor(m_bPanTool || m_bSelectTool || m_bZoomTool ? before : m_hCurArrow);
+    m_bTransferring = false;
+  });
   const Progress progress(*this);
   if (previewFlag != 0) {
     ClearPreview();

@@ -27,18 +27,12 @@ constexpr DeviceError kDeviceErrors[] = {
     {static_cast<HRESULT>(0x800403EE), IDS_ERROR_OFFLINE},
 };
 
-// Counts a call for the length of a scope, so that Close can wait for it. No lock: a call can come back on its own
-// thread, from the message loop of its message box.
-class CallInside {
- public:
-  explicit CallInside(volatile LONG& count) noexcept : m_count(count) { InterlockedIncrement(&m_count); }
-  ~CallInside() { InterlockedDecrement(&m_count); }
-  CallInside(const CallInside&) = delete;
-  CallInside& operator=(const CallInside&) = delete;
-
- private:
-  volatile LONG& m_count;
-};
+// Counts a call until its scope ends, so that Close can wait for it. No lock: a call can come back on its own thread,
+// from the message loop of its message box.
+auto CountCall(volatile LONG& count) noexcept {
+  InterlockedIncrement(&count);
+  return platform::Finally([&count] { InterlockedDecrement(&count); });
+}
 
 }  // namespace
 
@@ -62,7 +56,7 @@ ULONG STDMETHODCALLTYPE CSimpleWIACallback::Release() {
 }
 
 HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, WiaTransferParams* pWiaTransferParams) {
-  const CallInside inside(m_callsInside);
+  const auto inside = CountCall(m_callsInside);
   if (m_closed != 0 || pWiaTransferParams == nullptr || pWiaTransferParams->lMessage != WIA_TRANSFER_MSG_STATUS) {
     return S_OK;
   }
@@ -84,7 +78,7 @@ HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, 
 
 HRESULT STDMETHODCALLTYPE CSimpleWIACallback::GetNextStream(LONG /*lFlags*/, BSTR /*bstrItemName*/,
                                                             BSTR /*bstrFullItemName*/, IStream** ppDestination) {
-  const CallInside inside(m_callsInside);
+  const auto inside = CountCall(m_callsInside);
   if (m_closed != 0 || ppDestination == nullptr) {
     return E_FAIL;
   }
