@@ -11,7 +11,7 @@
 #include <exception>
 #include <filesystem>
 
-#include "platform/module_instance.h"
+#include "platform/module_state.h"
 #include "platform/scoped.h"
 #include "resources/lang_resource.h"
 #include "simulator/gdiplus_session.h"

@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-#include "platform/module_instance.h"
+#include "platform/module_state.h"
 #include "resources/resource_ids.h"
 
 namespace {

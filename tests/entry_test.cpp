@@ -4,7 +4,6 @@
 #include "dialog/base_dialog.h"
 #include "entry/class_factory.h"
 #include "entry/wia_ui_extension.h"
-#include "platform/module_instance.h"
 #include "platform/module_state.h"
 #include "resources/lang_resource.h"
 #include "tests/support/allocation_fault.h"

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/module_instance.h"
+#include "platform/module_state.h"
 #include "tests/support/scan_host.h"
 
 namespace {

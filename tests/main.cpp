@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "platform/module_instance.h"
+#include "platform/module_state.h"
 #include "tests/support/machine.h"
 #include "tests/support/scan_host.h"
 

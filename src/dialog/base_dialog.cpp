@@ -6,7 +6,7 @@
 #include <memory>
 #include <new>
 
-#include "platform/module_instance.h"
+#include "platform/module_state.h"
 #include "platform/scoped.h"
 #include "platform/thread_contexts.h"
 #include "resources/lang_resource.h"

@@ -2,7 +2,6 @@
 #include <windows.h>
 
 #include "entry/class_factory.h"
-#include "platform/module_instance.h"
 #include "platform/module_state.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID /*reserved*/) {

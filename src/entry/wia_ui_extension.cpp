@@ -3,7 +3,6 @@
 #include <new>
 
 #include "platform/gdiplus_owners.h"
-#include "platform/module_instance.h"
 #include "platform/module_state.h"
 #include "platform/scoped.h"
 #include "resources/lang_resource.h"

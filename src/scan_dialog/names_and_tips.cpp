@@ -6,7 +6,7 @@
 #include <cstddef>
 
 #include "core/settings_catalogue.h"
-#include "platform/module_instance.h"
+#include "platform/module_state.h"
 #include "resources/lang_resource.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"

@@ -1,3 +1,0 @@
-#include "platform/module_instance.h"
-
-HINSTANCE g_hInstance = nullptr;

@@ -1,3 +1,0 @@
-#include "platform/module_state.h"
-
-volatile LONG g_cLocks = 0;
