@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr int kZoomTextCapacity = 256;
-
 constexpr auto kZoomPercentages = [] {
   std::array<int, settings::kZoomTable.size()> percentages{};
   std::transform(settings::kZoomTable.begin(), settings::kZoomTable.end(), percentages.begin(),
@@ -50,11 +48,9 @@ void SCAN_DIALOG::SyncZoomCombo(HWND hDlg) {
     return;
   }
   const auto row = std::distance(kZoomPercentages.begin(), found);
-  const UINT stringId = static_cast<UINT>(settings::kZoomTable[static_cast<std::size_t>(row)].stringId);
-  wchar_t text[kZoomTextCapacity] = {};
-  if (g_pLangResource != nullptr && g_pLangResource->GetTextW(stringId, text, kZoomTextCapacity) != nullptr &&
-      text[0] != L'\0' &&
-      SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SELECTSTRING, 0, reinterpret_cast<LPARAM>(text)) != CB_ERR) {
+  const LocalText text(settings::kZoomTable[static_cast<std::size_t>(row)].stringId);
+  if (text.characters[0] != L'\0' && SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SELECTSTRING, 0,
+                                                         reinterpret_cast<LPARAM>(text.characters)) != CB_ERR) {
     return;  // it is the current item now; to select it once more would paint the list once more
   }
   // The list is filled in table order, also where a string is missing.

@@ -58,3 +58,12 @@ class LANG_RESOURCE {
 
 // The running dialog's language resources; null between dialogs. Made by BASE_DIALOG::DoModal, freed by DeviceDialog.
 extern LANG_RESOURCE* g_pLangResource;
+
+// A string in the running dialog's language; empty when no table holds it.
+struct LocalText {
+  explicit LocalText(int stringId) noexcept {
+    g_pLangResource->GetTextW(static_cast<UINT>(stringId), characters, kCapacity);
+  }
+  static constexpr int kCapacity = 1024;
+  wchar_t characters[kCapacity] = {};
+};

@@ -14,9 +14,6 @@
 
 namespace {
 
-constexpr int kListTextCapacity = 260;
-constexpr int kZoomTextCapacity = 256;
-
 // Pixels at 96 dpi.
 constexpr int kStatusIconSize = 16;
 constexpr int kCursorIconSize = 16;
@@ -39,13 +36,8 @@ BOOL CALLBACK AddReadingOrder(HWND child, LPARAM /*parameter*/) {
 // Appends one entry. The settings are read by position, so an entry whose string no table holds takes its place with an
 // empty text.
 void AppendEntry(HWND list, const settings::ListEntry& entry) {
-  wchar_t text[kListTextCapacity] = {};
-  const wchar_t* shown = entry.text;
-  if (shown == nullptr) {
-    g_pLangResource->GetTextW(static_cast<UINT>(entry.stringId), text, kListTextCapacity);
-    shown = text;
-  }
-  SendMessageW(list, CB_INSERTSTRING, static_cast<WPARAM>(-1), reinterpret_cast<LPARAM>(shown));
+  SendMessageW(list, CB_INSERTSTRING, static_cast<WPARAM>(-1),
+               reinterpret_cast<LPARAM>(entry.text != nullptr ? entry.text : LocalText(entry.stringId).characters));
 }
 
 HCURSOR LoadDialogCursor(int id, int size) {
@@ -207,9 +199,8 @@ void SCAN_DIALOG::SetToolIcons() {
 void SCAN_DIALOG::FillZoomList() {
   const HWND list = GetDlgItem(m_hDlg, IDC_ZOOM_LIST);
   for (const settings::ZoomStep& step : settings::kZoomTable) {
-    wchar_t text[kZoomTextCapacity] = {};
-    g_pLangResource->GetTextW(static_cast<UINT>(step.stringId), text, kZoomTextCapacity);
-    const LRESULT item = SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text));
+    const LocalText text(step.stringId);
+    const LRESULT item = SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text.characters));
     SendMessageW(list, CB_SETITEMDATA, static_cast<WPARAM>(item), step.percent);
   }
   SendMessageW(list, CB_SETCURSEL, settings::kZoomDefaultIndex, 0);

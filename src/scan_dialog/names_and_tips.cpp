@@ -16,14 +16,6 @@ namespace {
 // What every version of the class takes; the member after it came with version 6.
 constexpr UINT kToolInfoSize = offsetof(TTTOOLINFOW, lParam) + sizeof(LPARAM);
 
-struct LocalText {
-  explicit LocalText(int stringId) noexcept {
-    g_pLangResource->GetTextW(static_cast<UINT>(stringId), characters, kCapacity);
-  }
-  static constexpr int kCapacity = 128;
-  wchar_t characters[kCapacity] = {};
-};
-
 // Tells the tips about a tool button: the button itself, and the place of a disabled one, whose pointer messages the
 // platform gives to the dialog.
 void SendTip(HWND tips, UINT message, HWND dialog, int control, int stringId) {
