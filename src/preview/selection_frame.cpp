@@ -1,8 +1,13 @@
-// The selection frame on the screen: drawn over the pane with a dotted XOR pen, so that drawing it twice removes it.
+// The selection frame as the user sees it: drawn over the pane with a dotted XOR pen, so that drawing it twice removes
+// it, and its place and size in the status bar.
 
+#include "core/readout_format.h"
 #include "scan_dialog/scan_dialog.h"
 
 namespace {
+
+constexpr int kPositionPart = 1;
+constexpr int kSizePart = 2;
 
 void DrawHollowRectangle(HDC hdc, int penStyle, int rasterOperation, const preview::Rect& rect) {
   const platform::GdiObject pen(CreatePen(penStyle, 1, RGB(0, 0, 0)));
@@ -55,4 +60,21 @@ void SCAN_DIALOG::DrawSelectionFrame(HWND hDlg) {
     m_bFrameHidden = false;
   }
   DrawPaneBorder(dialog.get());
+}
+
+void SCAN_DIALOG::SetStatusText(int part, const wchar_t* text) noexcept {
+  SendMessageW(m_hwndStatusBar, SB_SETTEXTW, static_cast<WPARAM>(part), reinterpret_cast<LPARAM>(text));
+}
+
+void SCAN_DIALOG::UpdateAreaReadout(HWND /*hDlg*/, AreaReadout mode, int left, int top, int width, int height) {
+  const preview::LengthUnit unit = m_bInch == 0 ? preview::LengthUnit::Millimetres : preview::LengthUnit::Inches;
+  SetStatusText(kPositionPart, preview::PositionText(unit, left, top).c_str());
+  if (mode == AreaReadout::PositionAndSize) {
+    SetStatusText(kSizePart, preview::SizeText(unit, width, height).c_str());
+  }
+}
+
+void SCAN_DIALOG::ClearAreaReadout() {
+  SetStatusText(kPositionPart, L"");
+  SetStatusText(kSizePart, L"");
 }

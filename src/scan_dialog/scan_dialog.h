@@ -159,9 +159,9 @@ class SCAN_DIALOG : public BASE_DIALOG {
   // Fills the caller's output fields. `result`, or E_FAIL with the fields untouched when there is no memory for them.
   HRESULT ReportScan(IWiaItem2* item, const wchar_t* path, HRESULT result);
   void GetImageEditParams(ImageEditParams* params) const;
-  class Progress;
   // The status bar's first part: how much of the page has arrived, in percent.
   void ShowProgress(int percent) noexcept;
+  void ShowProgressText(const wchar_t* text) noexcept;
 
   // A transfer runs: what would start another one, end the dialog or change what the running one is finished with is
   // ignored.
@@ -220,6 +220,7 @@ class SCAN_DIALOG : public BASE_DIALOG {
   preview::Point PointerPosition(HWND hDlg, LPARAM lParam) const;
 
   // Status-bar texts of the frame; all values in whole millimetres.
+  void SetStatusText(int part, const wchar_t* text) noexcept;
   void UpdateAreaReadout(HWND hDlg, AreaReadout mode, int left, int top, int width, int height);
   void ClearAreaReadout();
 

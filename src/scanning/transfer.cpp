@@ -1,6 +1,9 @@
 // Running a preview or the final scan from the device to the file and its follow-up.
 #include <windows.h>
 
+#include <algorithm>
+#include <cwchar>
+#include <iterator>
 #include <new>
 #include <string>
 #include <vector>
@@ -9,9 +12,10 @@
 #include "platform/debug_trace.h"
 #include "platform/scoped.h"
 #include "platform/wia2.h"
+#include "resources/lang_resource.h"
+#include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
 #include "scanning/image_file.h"
-#include "scanning/progress.h"
 #include "scanning/scan_file_names.h"
 #include "scanning/transfer_callback.h"
 #include <strsafe.h>
@@ -52,6 +56,36 @@ Delivery Download(IWiaTransfer* transfer, HWND owner, const wchar_t* path, Purpo
 
 }  // namespace
 
+INT_PTR SCAN_DIALOG::OnAppMessage(HWND /*hDlg*/, UINT message, WPARAM wParam, LPARAM /*lParam*/) {
+  if (message == scanning::kProgressMessage && m_bTransferring) {
+    ShowProgress(std::clamp(static_cast<int>(wParam), 0, 100));
+  }
+  return FALSE;
+}
+
+// Without allocations, which could fail: an exception in a handler would end the dialog, and progress must not.
+void SCAN_DIALOG::ShowProgress(int percent) noexcept {
+  if (percent == m_nProgress) {
+    return;  // drivers report with every band
+  }
+  m_nProgress = percent;
+  LocalText text(IDS_SCANNING);
+  wchar_t number[12] = {};
+  _itow_s(percent, number, std::size(number), 10);
+  if (text.characters[0] != L'\0') {
+    StringCchCatW(text.characters, LocalText::kCapacity, L" ");
+  }
+  StringCchCatW(text.characters, LocalText::kCapacity, number);
+  StringCchCatW(text.characters, LocalText::kCapacity, L" %");
+  ShowProgressText(text.characters);
+}
+
+// Painted at once: no message loop runs while the dialog's thread waits for the device.
+void SCAN_DIALOG::ShowProgressText(const wchar_t* text) noexcept {
+  SetStatusText(0, text);
+  UpdateWindow(m_hwndStatusBar);
+}
+
 HRESULT SCAN_DIALOG::TransferImage(int previewFlag) {
   if (m_bTransferring) {
     return HRESULT_FROM_WIN32(ERROR_BUSY);
@@ -60,13 +94,15 @@ HRESULT SCAN_DIALOG::TransferImage(int previewFlag) {
   m_bTransferring = true;
   m_hCurBusy = LoadCursorW(nullptr, IDC_WAIT);  // over the dialog, also where message loops of others run meanwhile
   const HCURSOR before = SetCursor(m_hCurBusy);
+  m_nProgress = kNothingReported;
+  ShowProgressText(LocalText(IDS_PLEASE_WAIT).characters);
   const platform::Finally transferred([this, before] {
+    ShowProgressText(L"");
     m_hCurBusy = nullptr;
     // The pointer before may belong to a tool that is no longer current.
     SetCursor(m_bPanTool || m_bSelectTool || m_bZoomTool ? before : m_hCurArrow);
     m_bTransferring = false;
   });
-  const Progress progress(*this);
   if (previewFlag != 0) {
     ClearPreview();
   }
