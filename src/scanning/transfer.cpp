@@ -16,7 +16,6 @@
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
 #include "scanning/image_file.h"
-#include "scanning/scan_file_names.h"
 #include "scanning/transfer_callback.h"
 #include <strsafe.h>
 
@@ -25,6 +24,37 @@ using platform::ComPtr;
 namespace {
 
 using Purpose = CSimpleWIACallback::Purpose;
+
+// Builds "<folder>\<fileName>.JPG" in `path`, a buffer of MAX_PATH characters. A null file name counts as empty.
+HRESULT MakeDestinationPath(const wchar_t* folder, const wchar_t* fileName, wchar_t* path) {
+  if (folder == nullptr || folder[0] == L'\0') {
+    return E_INVALIDARG;
+  }
+  HRESULT result = StringCchCopyW(path, MAX_PATH, folder);
+  const bool endsInside = folder[std::wcslen(folder) - 1] == L'\\';
+  for (const wchar_t* part : {endsInside ? L"" : L"\\", fileName != nullptr ? fileName : L"", L".JPG"}) {
+    result = SUCCEEDED(result) ? StringCchCatW(path, MAX_PATH, part) : result;
+  }
+  return result;
+}
+
+HRESULT LastError() {
+  const DWORD error = GetLastError();
+  return error != ERROR_SUCCESS ? HRESULT_FROM_WIN32(error) : E_FAIL;
+}
+
+// Reserves a preview's name in the temporary folder (the Windows folder when there is none). The platform does so by an
+// empty file, "RVX<number>.tmp", which the caller deletes when the preview is beside it. A buffer of MAX_PATH
+// characters.
+HRESULT MakePlaceholder(wchar_t* placeholder) {
+  wchar_t folder[MAX_PATH] = {};
+  DWORD length = GetTempPathW(MAX_PATH, folder);
+  if (length == 0 || length >= MAX_PATH) {
+    length = GetWindowsDirectoryW(folder, MAX_PATH);
+  }
+  const bool hasFolder = length != 0 && length < MAX_PATH;
+  return hasFolder && GetTempFileNameW(folder, L"RVX", 0, placeholder) != 0 ? S_OK : LastError();
+}
 
 bool FileExists(const wchar_t* path) { return GetFileAttributesW(path) != INVALID_FILE_ATTRIBUTES; }
 
@@ -124,13 +154,17 @@ HRESULT SCAN_DIALOG::TransferImage(int previewFlag) {
 }
 
 HRESULT SCAN_DIALOG::TransferPreview(IWiaTransfer* transfer) {
-  scanning::PreviewFileName name;
-  const HRESULT named = name.Make();
+  wchar_t placeholder[MAX_PATH] = {};
+  const HRESULT named = MakePlaceholder(placeholder);
   if (FAILED(named)) {
     return named;
   }
-  const bool existedBefore = FileExists(name.path());
-  const Delivery delivery = Download(transfer, m_hDlg, name.path(), Purpose::Preview);
+  const platform::Finally previewed([&placeholder] { DeleteFileW(placeholder); });
+  wchar_t path[MAX_PATH] = {};
+  StringCchCopyW(path, MAX_PATH, placeholder);
+  StringCchCopyW(path + std::wcslen(path) - 3, 4, L"JPG");
+  const bool existedBefore = FileExists(path);
+  const Delivery delivery = Download(transfer, m_hDlg, path, Purpose::Preview);
   for (const std::wstring& later : delivery.laterFiles) {
     DeleteFileW(later.c_str());
   }
@@ -138,7 +172,7 @@ HRESULT SCAN_DIALOG::TransferPreview(IWiaTransfer* transfer) {
     return delivery.result;  // somebody else's file: must not be shown, turned or deleted
   }
   if (delivery.result == S_OK) {
-    UpdatePreviewImage(delivery.firstFile.empty() ? name.path() : delivery.firstFile.c_str());
+    UpdatePreviewImage(delivery.firstFile.empty() ? path : delivery.firstFile.c_str());
   } else if (!delivery.firstFile.empty()) {
     DeleteFileW(delivery.firstFile.c_str());
   }
@@ -148,7 +182,7 @@ HRESULT SCAN_DIALOG::TransferPreview(IWiaTransfer* transfer) {
 HRESULT SCAN_DIALOG::TransferScan(IWiaTransfer* transfer, IWiaItem2* item) {
   wchar_t path[MAX_PATH] = {};
   const HRESULT named =
-      scanning::MakeDestinationPath(m_pDeviceDialogData->bstrFolderName, m_pDeviceDialogData->bstrFilename, path);
+      MakeDestinationPath(m_pDeviceDialogData->bstrFolderName, m_pDeviceDialogData->bstrFilename, path);
   if (FAILED(named)) {
     return named;
   }
