@@ -5,7 +5,7 @@
 #include "platform/gdiplus_owners.h"
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
-#include "scanning/image_claims.h"
+#include "scanning/image_file.h"
 
 using Gdiplus::DllExports::GdipDrawImageRectRectI;
 using Gdiplus::DllExports::GdipGetImageHeight;

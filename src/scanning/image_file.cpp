@@ -8,12 +8,13 @@
 #include <new>
 #include <optional>
 #include <utility>
+#include <vector>
 
+#include "core/jpeg_header.h"
 #include "platform/debug_trace.h"
 #include "platform/gdiplus_owners.h"
 #include "platform/scoped.h"
 #include "platform/wic.h"
-#include "scanning/image_claims.h"
 #include "scanning/new_file.h"
 #include <strsafe.h>
 
@@ -222,6 +223,31 @@ BOOL Rewrite(wchar_t* path, const wchar_t* suffix, const Edit& edit) {
 }
 
 }  // namespace
+
+bool ClaimsTooMuch(const wchar_t* path) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  platform::File file = platform::OpenFile(path, GENERIC_READ, kShareAll, OPEN_EXISTING, 0);
+  LARGE_INTEGER size = {};
+  if (file == nullptr || !GetFileSizeEx(file.get(), &size)) {
+    return false;
+  }
+  std::vector<std::uint8_t> start(static_cast<std::size_t>(std::min<LONGLONG>(size.QuadPart, page::kLargestHeader)));
+  DWORD count = 0;
+  if (!ReadFile(file.get(), start.data(), static_cast<DWORD>(start.size()), &count, nullptr) || count == 0) {
+    return false;
+  }
+  start.resize(count);
+  if (page::BeginsAsJpeg(start)) {
+    const std::int64_t pixels = page::ClaimedPixels(start);
+    return pixels == 0 || page::IsTooMuchForJpeg(pixels, size.QuadPart);
+  }
+  file.reset();  // a codec might want it alone
+  const platform::ImageFrame frame = platform::OpenImage(path);
+  UINT width = 0;
+  UINT height = 0;
+  return frame.pixels != nullptr && SUCCEEDED(frame.pixels->GetSize(&width, &height)) &&
+         page::IsTooMuch(std::int64_t{width} * height, size.QuadPart);
+}
 
 int GetEncoderClsid(const wchar_t* mimeType, CLSID* clsid) {
   UINT count = 0;

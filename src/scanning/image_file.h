@@ -16,6 +16,11 @@
 
 namespace scanning {
 
+// Whether the file's header claims more pixels than the file can hold, or than GDI+ can: decoding it would take the
+// host's memory, with some codecs (Wine 8) its life. Also for a JPEG whose header names no size: a decoder might find
+// one after all. False for a file that cannot be read or whose format the platform does not know.
+bool ClaimsTooMuch(const wchar_t* path);
+
 // The JPEG encoder's or another encoder's class by its exact MIME type, for example L"image/jpeg". Its index in the
 // platform's list, or -1 with *clsid untouched.
 int GetEncoderClsid(const wchar_t* mimeType, CLSID* clsid);
