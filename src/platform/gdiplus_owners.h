@@ -46,22 +46,11 @@ class GdiplusSession {
   bool m_started = false;
 };
 
-// std::unique_ptr has no out-parameter form before C++23: these take the two-step creation into one call each.
-// Null on failure.
-inline GdipImage LoadImageFromFile(const wchar_t* path) {
-  Gdiplus::GpImage* image = nullptr;
-  if (Gdiplus::DllExports::GdipLoadImageFromFile(path, &image) != Gdiplus::Ok) {
-    return nullptr;
-  }
-  return GdipImage(image);
-}
-
-inline GdipGraphics GraphicsOnDC(HDC context) {
-  Gdiplus::GpGraphics* graphics = nullptr;
-  if (Gdiplus::DllExports::GdipCreateFromHDC(context, &graphics) != Gdiplus::Ok) {
-    return nullptr;
-  }
-  return GdipGraphics(graphics);
+// What a function makes of its argument, or null on failure: std::unique_ptr has no out-parameter form before C++23.
+template <class Owner, auto Create, class From>
+Owner Made(From from) {
+  typename Owner::pointer made = nullptr;
+  return Owner(Create(from, &made) == Gdiplus::Ok ? made : nullptr);
 }
 
 }  // namespace platform

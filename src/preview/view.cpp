@@ -7,46 +7,20 @@
 #include "scan_dialog/scan_dialog.h"
 #include "scanning/image_file.h"
 
-using Gdiplus::DllExports::GdipDrawImageRectRectI;
-using Gdiplus::DllExports::GdipGetImageHeight;
-using Gdiplus::DllExports::GdipGetImageHorizontalResolution;
-using Gdiplus::DllExports::GdipGetImageVerticalResolution;
-using Gdiplus::DllExports::GdipGetImageWidth;
+namespace gdip = Gdiplus::DllExports;
 
 namespace {
 
-struct ImageMeasures {
-  UINT width = 0;  // pixels
-  UINT height = 0;
-  UINT dpiX = 0;  // dots per inch, cut to a whole number
-  UINT dpiY = 0;
-};
-
-ImageMeasures Measure(Gdiplus::GpImage* image) {
-  ImageMeasures measures;
-  Gdiplus::REAL dpiX = 0;
-  Gdiplus::REAL dpiY = 0;
-  GdipGetImageHorizontalResolution(image, &dpiX);
-  GdipGetImageVerticalResolution(image, &dpiY);
-  GdipGetImageWidth(image, &measures.width);
-  GdipGetImageHeight(image, &measures.height);
-  measures.dpiX = preview::TruncateUnsigned(dpiX);
-  measures.dpiY = preview::TruncateUnsigned(dpiY);
-  return measures;
-}
-
-bool ClearsPane(PreviewDrawMode mode) {
-  return mode == PreviewDrawMode::DrawZoomAtPoint || mode == PreviewDrawMode::DrawReset ||
-         mode == PreviewDrawMode::DrawZoom;
-}
-
-void SetScrollBar(HWND scrollBar, SCROLLINFO& info, UINT imageSize, UINT page, int position) {
+// length: the side of its client area along which the bar scrolls.
+void SetScrollBar(HWND scrollBar, LONG RECT::* length, SCROLLINFO& info, const preview::AxisView& view, bool reset) {
+  RECT client = {};
+  GetClientRect(scrollBar, &client);
   info.cbSize = sizeof(info);
   info.fMask = SIF_RANGE | SIF_PAGE | SIF_POS;
   info.nMin = 0;
-  info.nMax = static_cast<int>(imageSize);
-  info.nPage = page;
-  info.nPos = position;
+  info.nMax = static_cast<int>(view.imageSize);
+  info.nPage = preview::ImagePixelsIn(client.*length, view.zoom);
+  info.nPos = reset ? 0 : view.scroll;
   SCROLLINFO shown = {};
   shown.cbSize = sizeof(shown);
   shown.fMask = info.fMask;
@@ -122,28 +96,22 @@ void SCAN_DIALOG::ClearPreview() {
 }
 
 void SCAN_DIALOG::ApplyScrollRule(UINT x, UINT y, PreviewDrawMode mode, double zoom) {
-  switch (mode) {
-    case PreviewDrawMode::DrawZoomAtPoint:
-      m_nScrollX = preview::CentredScroll(x, HorizontalView(zoom));
-      m_nScrollY = preview::CentredScroll(y, VerticalView(zoom));
-      [[fallthrough]];
-    case PreviewDrawMode::DrawPan:
-    case PreviewDrawMode::DrawZoom:
-      m_nScrollX = preview::ClampScroll(HorizontalView(zoom));
-      m_nScrollY = preview::ClampScroll(VerticalView(zoom));
-      break;
-    case PreviewDrawMode::DrawScrollX:
-      m_nScrollX = preview::ClampScroll(HorizontalView(zoom));
-      break;
-    case PreviewDrawMode::DrawScrollY:
-      m_nScrollY = preview::ClampScroll(VerticalView(zoom));
-      break;
-    case PreviewDrawMode::DrawReset:
-      m_nScrollX = 0;
-      m_nScrollY = 0;
-      break;
-    case PreviewDrawMode::DrawRepaint:
-      break;
+  if (mode == PreviewDrawMode::DrawReset) {
+    m_nScrollX = 0;
+    m_nScrollY = 0;
+  }
+  if (mode == PreviewDrawMode::DrawZoomAtPoint) {
+    m_nScrollX = preview::CentredScroll(x, HorizontalView(zoom));
+    m_nScrollY = preview::CentredScroll(y, VerticalView(zoom));
+  }
+  if (mode == PreviewDrawMode::DrawRepaint) {
+    return;
+  }
+  if (mode != PreviewDrawMode::DrawScrollY) {
+    m_nScrollX = preview::ClampScroll(HorizontalView(zoom));
+  }
+  if (mode != PreviewDrawMode::DrawScrollX) {
+    m_nScrollY = preview::ClampScroll(VerticalView(zoom));
   }
 }
 
@@ -151,23 +119,31 @@ void SCAN_DIALOG::DrawPreviewImage(HWND hDlg, UINT x, UINT y, PreviewDrawMode mo
   if (!HasPreview()) {
     return;
   }
-  if (ClearsPane(mode)) {
+  if (mode == PreviewDrawMode::DrawZoomAtPoint || mode == PreviewDrawMode::DrawReset ||
+      mode == PreviewDrawMode::DrawZoom) {
     ClearPane(hDlg);
   }
   // The graphics object must be gone before its device context is released: hence the order of these three.
   const platform::WindowDC pane(GetDlgItem(hDlg, IDC_PREVIEW_PANE));
-  const platform::GdipGraphics graphics = pane.get() != nullptr ? platform::GraphicsOnDC(pane.get()) : nullptr;
+  const auto graphics =
+      pane.get() != nullptr ? platform::Made<platform::GdipGraphics, &gdip::GdipCreateFromHDC>(pane.get()) : nullptr;
   DebugTrace(L"m_wstrPreviewFile = %s", m_wstrPreviewFile);
-  const platform::GdipImage image =
-      scanning::ClaimsTooMuch(m_wstrPreviewFile) ? nullptr : platform::LoadImageFromFile(m_wstrPreviewFile);
+  const auto image = scanning::ClaimsTooMuch(m_wstrPreviewFile)
+                         ? nullptr
+                         : platform::Made<platform::GdipImage, &gdip::GdipLoadImageFromFile>(m_wstrPreviewFile);
   if (image == nullptr) {
     return;
   }
-  const ImageMeasures measures = Measure(image.get());
-  m_nImageWidth = measures.width;
-  m_nImageHeight = measures.height;
-  m_nImageDpiX = measures.dpiX;
-  m_nImageDpiY = measures.dpiY;
+  Gdiplus::REAL dpiX = 0;
+  Gdiplus::REAL dpiY = 0;
+  m_nImageWidth = 0;
+  m_nImageHeight = 0;
+  gdip::GdipGetImageHorizontalResolution(image.get(), &dpiX);
+  gdip::GdipGetImageVerticalResolution(image.get(), &dpiY);
+  gdip::GdipGetImageWidth(image.get(), &m_nImageWidth);
+  gdip::GdipGetImageHeight(image.get(), &m_nImageHeight);
+  m_nImageDpiX = preview::TruncateUnsigned(dpiX);
+  m_nImageDpiY = preview::TruncateUnsigned(dpiY);
   m_dImageWidthMm = preview::ImageMillimetres(m_nImageWidth, m_nImageDpiX);
   m_dImageHeightMm = preview::ImageMillimetres(m_nImageHeight, m_nImageDpiY);
   ApplyScrollRule(x, y, mode, zoom);
@@ -177,18 +153,14 @@ void SCAN_DIALOG::DrawPreviewImage(HWND hDlg, UINT x, UINT y, PreviewDrawMode mo
   if (graphics == nullptr || sourceWidth == 0 || sourceHeight == 0) {
     return;
   }
-  GdipDrawImageRectRectI(graphics.get(), image.get(), 0, 0, m_rcPane.width(), m_rcPane.height(), m_nScrollX, m_nScrollY,
-                         static_cast<INT>(sourceWidth), static_cast<INT>(sourceHeight), Gdiplus::UnitPixel, nullptr,
-                         nullptr, nullptr);
+  gdip::GdipDrawImageRectRectI(graphics.get(), image.get(), 0, 0, m_rcPane.width(), m_rcPane.height(), m_nScrollX,
+                               m_nScrollY, static_cast<INT>(sourceWidth), static_cast<INT>(sourceHeight),
+                               Gdiplus::UnitPixel, nullptr, nullptr, nullptr);
 }
 
 void SCAN_DIALOG::ClearPane(HWND hDlg) {
   const platform::WindowDC pane(GetDlgItem(hDlg, IDC_PREVIEW_PANE));
-  if (pane.get() == nullptr) {
-    return;
-  }
-  const platform::GdiObject pen(CreatePen(PS_NULL, 0, 0));
-  const platform::SelectedObject selectedPen(pane.get(), pen.get());
+  const platform::SelectedObject selectedPen(pane.get(), GetStockObject(NULL_PEN));
   const platform::SelectedObject selectedBrush(pane.get(), GetStockObject(DKGRAY_BRUSH));
   Rectangle(pane.get(), 0, 0, m_rcPane.width(), m_rcPane.height());
 }
@@ -202,9 +174,6 @@ void SCAN_DIALOG::ClearPaneMargins(HWND hDlg) {
     return;
   }
   const platform::WindowDC pane(GetDlgItem(hDlg, IDC_PREVIEW_PANE));
-  if (pane.get() == nullptr) {
-    return;
-  }
   const auto background = static_cast<HBRUSH>(GetStockObject(DKGRAY_BRUSH));
   const RECT besideImage = {coveredWidth, 0, width, height};
   const RECT belowImage = {0, coveredHeight, coveredWidth, height};
@@ -213,16 +182,8 @@ void SCAN_DIALOG::ClearPaneMargins(HWND hDlg) {
 }
 
 void SCAN_DIALOG::UpdateScrollBars(HWND hDlg, bool reset) {
-  const HWND horizontal = GetDlgItem(hDlg, IDC_HORIZONTAL_SCROLL);
-  const HWND vertical = GetDlgItem(hDlg, IDC_VERTICAL_SCROLL);
-  RECT client = {};
-  GetClientRect(horizontal, &client);
-  SetScrollBar(horizontal, m_siHorz, m_nImageWidth, preview::ImagePixelsIn(client.right, m_dZoom),
-               reset ? 0 : m_nScrollX);
-  client = {};
-  GetClientRect(vertical, &client);
-  SetScrollBar(vertical, m_siVert, m_nImageHeight, preview::ImagePixelsIn(client.bottom, m_dZoom),
-               reset ? 0 : m_nScrollY);
+  SetScrollBar(GetDlgItem(hDlg, IDC_HORIZONTAL_SCROLL), &RECT::right, m_siHorz, HorizontalView(), reset);
+  SetScrollBar(GetDlgItem(hDlg, IDC_VERTICAL_SCROLL), &RECT::bottom, m_siVert, VerticalView(), reset);
 }
 
 INT_PTR SCAN_DIALOG::OnPaint(HWND hDlg, HDC /*hdc*/, WPARAM /*wParam*/, LPARAM /*lParam*/) {
