@@ -208,10 +208,9 @@ class SCAN_DIALOG : public BASE_DIALOG {
   // Finishes a selection drag as a button release would; nothing when none is in progress.
   void EndDrag(HWND hDlg);
   void ReleasePaneCapture(HWND hDlg);
-  // Applies a scroll bar's request to its state and to the offset; false when there is nothing to draw.
-  bool ScrollAxis(HWND hDlg, int scrollBar, WPARAM wParam, const preview::AxisView& view, SCROLLINFO& info,
-                  int& offset);
-  void ShowScrolled(HWND hDlg, PreviewDrawMode mode);
+  // Applies a scroll bar's request to its state and to the offset, and shows it. mode: DrawScrollX or DrawScrollY.
+  void ScrollAxis(HWND hDlg, WPARAM wParam, LPARAM lParam, int scrollBar, SCROLLINFO& info, int& offset,
+                  PreviewDrawMode mode);
 
   void DragSelectionFrame(HWND hDlg, LPARAM lParam);
   void PanPreview(HWND hDlg, LPARAM lParam);
