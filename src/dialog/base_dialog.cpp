@@ -18,16 +18,51 @@ namespace {
 constexpr std::size_t kTemplateExstyleOffset = 8;
 constexpr DWORD kRightToLeftStyles = WS_EX_LAYOUTRTL | WS_EX_RTLREADING;
 
-constexpr UINT kWmNcmouseFirst = WM_NCMOUSEMOVE;
-constexpr UINT kWmNcmouseLast = WM_NCMBUTTONDBLCLK;
-constexpr UINT kUserMessagesLast = WM_APP - 1;
-constexpr UINT kAppMessagesLast = 0xBFFF;
+struct MessageRoute {
+  UINT message;
+  INT_PTR (BASE_DIALOG::*handler)(HWND hDlg, WPARAM wParam, LPARAM lParam);
+};
 
-// The common control classes exist only after this call; without them the dialog cannot be created.
-void RegisterControlClasses() {
-  const INITCOMMONCONTROLSEX classes = {sizeof(classes), ICC_BAR_CLASSES | ICC_USEREX_CLASSES};
-  InitCommonControlsEx(&classes);
-}
+constexpr MessageRoute kMessageRoutes[] = {
+    {WM_DESTROY, &BASE_DIALOG::OnDestroy},
+    {WM_MOVE, &BASE_DIALOG::OnMove},
+    {WM_SIZE, &BASE_DIALOG::OnSize},
+    {WM_SETFOCUS, &BASE_DIALOG::OnSetFocus},
+    {WM_KILLFOCUS, &BASE_DIALOG::OnKillFocus},
+    {WM_PAINT, &BASE_DIALOG::OnPaintMessage},
+    {WM_CLOSE, &BASE_DIALOG::OnClose},
+    {WM_DRAWITEM, &BASE_DIALOG::OnDrawItem},
+    {WM_NOTIFY, &BASE_DIALOG::OnNotify},
+    {WM_CONTEXTMENU, &BASE_DIALOG::OnContextMenu},
+    {WM_NCPAINT, &BASE_DIALOG::OnNcPaint},
+    {WM_COMMAND, &BASE_DIALOG::OnCommand},
+    {WM_CTLCOLOREDIT, &BASE_DIALOG::OnCtlColorEdit},
+    {WM_CTLCOLORLISTBOX, &BASE_DIALOG::OnCtlColorListBox},
+    {WM_CTLCOLORBTN, &BASE_DIALOG::OnCtlColorBtn},
+    {WM_CTLCOLORDLG, &BASE_DIALOG::OnCtlColorDlg},
+    {WM_CTLCOLORSCROLLBAR, &BASE_DIALOG::OnCtlColorScrollBar},
+    {WM_CTLCOLORSTATIC, &BASE_DIALOG::OnCtlColorStatic},
+};
+
+// Handlers that are told which of several messages it is.
+struct RangeRoute {
+  UINT first;
+  UINT last;
+  INT_PTR (BASE_DIALOG::*handler)(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam);
+};
+
+constexpr RangeRoute kRangeRoutes[] = {
+    {WM_MOUSEACTIVATE, WM_MOUSEACTIVATE, &BASE_DIALOG::OnMouseMessage},
+    {WM_NCHITTEST, WM_NCHITTEST, &BASE_DIALOG::OnNcMouseMessage},
+    {WM_NCMOUSEMOVE, WM_NCMBUTTONDBLCLK, &BASE_DIALOG::OnNcMouseMessage},
+    {WM_LBUTTONDBLCLK, WM_MBUTTONDBLCLK, &BASE_DIALOG::OnMouseMessage},
+    {WM_NCMOUSEHOVER, WM_NCMOUSEHOVER, &BASE_DIALOG::OnNcMouseMessage},
+    {WM_MOUSEHOVER, WM_MOUSEHOVER, &BASE_DIALOG::OnMouseMessage},
+    {WM_NCMOUSELEAVE, WM_NCMOUSELEAVE, &BASE_DIALOG::OnNcMouseMessage},
+    {WM_MOUSELEAVE, WM_MOUSELEAVE, &BASE_DIALOG::OnMouseMessage},
+    {WM_USER, WM_APP - 1, &BASE_DIALOG::OnUserMessage},
+    {WM_APP, 0xBFFF, &BASE_DIALOG::OnAppMessage},
+};
 
 }  // namespace
 
@@ -39,7 +74,9 @@ INT_PTR BASE_DIALOG::DoModal(DEVICEDIALOGDATA2* pDeviceDialogData) {
   g_pLangResource = new LANG_RESOURCE(g_hInstance);
   m_bRightToLeft = g_pLangResource->IsRightToLeft();
   g_pLangResource->m_hDialogFont = g_pLangResource->GetDialogFont();
-  RegisterControlClasses();
+  // The common control classes exist only after this call; without them the dialog cannot be created.
+  const INITCOMMONCONTROLSEX classes = {sizeof(classes), ICC_BAR_CLASSES | ICC_USEREX_CLASSES};
+  InitCommonControlsEx(&classes);
   return RunDialog(pDeviceDialogData->hwndParent);
 }
 
@@ -86,99 +123,41 @@ INT_PTR CALLBACK BASE_DIALOG::StaticDialogProc(HWND hDlg, UINT message, WPARAM w
   try {
     return dialog->OnMessage(hDlg, message, wParam, lParam);
   } catch (const std::bad_alloc&) {
-    dialog->EndAfterException(hDlg, E_OUTOFMEMORY);
+    dialog->m_hrHandlerFailure = E_OUTOFMEMORY;
   } catch (...) {
-    dialog->EndAfterException(hDlg, E_FAIL);
+    dialog->m_hrHandlerFailure = E_FAIL;
   }
+  EndDialog(hDlg, -1);
   return FALSE;
 }
 
-void BASE_DIALOG::EndAfterException(HWND hDlg, HRESULT failure) noexcept {
-  m_hrHandlerFailure = failure;
-  EndDialog(hDlg, -1);
-}
-
 INT_PTR BASE_DIALOG::OnMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) {
+  for (const MessageRoute& route : kMessageRoutes) {
+    if (message == route.message) {
+      return (this->*route.handler)(hDlg, wParam, lParam);
+    }
+  }
+  for (const RangeRoute& route : kRangeRoutes) {
+    if (message >= route.first && message <= route.last) {
+      return (this->*route.handler)(hDlg, message, wParam, lParam);
+    }
+  }
   switch (message) {
     case WM_INITDIALOG:
       m_hDlg = hDlg;
       return OnInitDialog(hDlg, wParam, lParam);
-    case WM_DESTROY:
-      return OnDestroy(hDlg, wParam, lParam);
-    case WM_MOVE:
-      return OnMove(hDlg, wParam, lParam);
-    case WM_SIZE:
-      return OnSize(hDlg, wParam, lParam);
-    case WM_SETFOCUS:
-      return OnSetFocus(hDlg, wParam, lParam);
-    case WM_KILLFOCUS:
-      return OnKillFocus(hDlg, wParam, lParam);
-    case WM_PAINT:
-      return OnPaintMessage(hDlg, wParam, lParam);
-    case WM_CLOSE:
-      return OnClose(hDlg, wParam, lParam);
     case WM_SHOWWINDOW:
       return wParam != 0 ? OnShowWindow(hDlg, wParam, lParam) : OnHideWindow(hDlg, wParam, lParam);
-    case WM_DRAWITEM:
-      return OnDrawItem(hDlg, wParam, lParam);
-    case WM_NOTIFY:
-      return OnNotify(hDlg, wParam, lParam);
-    case WM_CONTEXTMENU:
-      return OnContextMenu(hDlg, wParam, lParam);
-    case WM_NCPAINT:
-      return OnNcPaint(hDlg, wParam, lParam);
-    case WM_COMMAND:
-      return OnCommand(hDlg, wParam, lParam);
-    case WM_CTLCOLOREDIT:
-      return OnCtlColorEdit(hDlg, wParam, lParam);
-    case WM_CTLCOLORLISTBOX:
-      return OnCtlColorListBox(hDlg, wParam, lParam);
-    case WM_CTLCOLORBTN:
-      return OnCtlColorBtn(hDlg, wParam, lParam);
-    case WM_CTLCOLORDLG:
-      return OnCtlColorDlg(hDlg, wParam, lParam);
-    case WM_CTLCOLORSCROLLBAR:
-      return OnCtlColorScrollBar(hDlg, wParam, lParam);
-    case WM_CTLCOLORSTATIC:
-      return OnCtlColorStatic(hDlg, wParam, lParam);
     case WM_SETCURSOR:
       return ShowBusyPointer(reinterpret_cast<HWND>(wParam));
-    case WM_ACTIVATE:
-    case WM_HSCROLL:
-    case WM_VSCROLL:
-    case WM_MOUSEMOVE:
-    case WM_LBUTTONDOWN:
-    case WM_LBUTTONUP:
-    case WM_CAPTURECHANGED:
-      return OnInputMessage(message, wParam, lParam);
-    case WM_MOUSEACTIVATE:
-    case WM_MOUSEHOVER:
-    case WM_MOUSELEAVE:
-      return OnMouseMessage(hDlg, message, wParam, lParam);
-    case WM_NCHITTEST:
-    case WM_NCMOUSEHOVER:
-    case WM_NCMOUSELEAVE:
-      return OnNcMouseMessage(hDlg, message, wParam, lParam);
     default:
-      break;
+      OnInputMessage(message, wParam, lParam);
+      return FALSE;
   }
-  if (message >= WM_LBUTTONDBLCLK && message <= WM_MBUTTONDBLCLK) {
-    return OnMouseMessage(hDlg, message, wParam, lParam);
-  }
-  if (message >= kWmNcmouseFirst && message <= kWmNcmouseLast) {
-    return OnNcMouseMessage(hDlg, message, wParam, lParam);
-  }
-  if (message >= WM_USER && message <= kUserMessagesLast) {
-    return OnUserMessage(hDlg, message, wParam, lParam);
-  }
-  if (message >= WM_APP && message <= kAppMessagesLast) {
-    return OnAppMessage(hDlg, message, wParam, lParam);
-  }
-  return FALSE;
 }
 
 // Pointer and scroll bars; their handlers' results do not matter.
-INT_PTR BASE_DIALOG::OnInputMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+void BASE_DIALOG::OnInputMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   const auto sentBy = [this, lParam](int control) {
     return lParam != 0 && reinterpret_cast<HWND>(lParam) == GetDlgItem(m_hDlg, control);
   };
@@ -221,7 +200,6 @@ INT_PTR BASE_DIALOG::OnInputMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     default:
       break;
   }
-  return FALSE;
 }
 
 // Answers before the window under the pointer does. Only for the dialog and its controls: the message reaches an owner

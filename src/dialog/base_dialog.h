@@ -95,9 +95,8 @@ class BASE_DIALOG {
  private:
   bool WantsMouseMove() const;
   INT_PTR ShowBusyPointer(HWND under);
-  INT_PTR OnInputMessage(UINT message, WPARAM wParam, LPARAM lParam);
+  void OnInputMessage(UINT message, WPARAM wParam, LPARAM lParam);
   INT_PTR RunDialog(HWND owner);
-  void EndAfterException(HWND hDlg, HRESULT failure) noexcept;
 
   HRESULT m_hrHandlerFailure = S_OK;
 };

@@ -53,7 +53,6 @@ void DropMirroring(HWND window) {
 }  // namespace
 
 INT_PTR SCAN_DIALOG::OnInitDialog(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*/) {
-  m_hDlg = hDlg;
   m_nDensity = GetDeviceCaps(platform::WindowDC(hDlg).get(), LOGPIXELSX);
   m_bInch = UsesInches() ? 1 : 0;
   ReadFeederCapability();
