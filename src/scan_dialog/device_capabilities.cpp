@@ -14,39 +14,15 @@ namespace {
 
 constexpr LONG kFeedCapability = 0x001;  // FEED of WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES
 
-PROPSPEC PropertyById(PROPID id) {
-  PROPSPEC property = {};
-  property.ulKind = PRSPEC_PROPID;
-  property.propid = id;
-  return property;
-}
-
-// The value as a 32-bit integer, of whichever integer type the driver answers; 0 for any other.
-LONG IntegerOf(const PROPVARIANT& value) {
-  switch (value.vt) {
-    case VT_I2:
-      return value.iVal;
-    case VT_UI2:
-      return value.uiVal;
-    case VT_I4:
-    case VT_INT:
-    case VT_UI4:
-    case VT_UINT:
-      return value.lVal;
-    default:
-      return 0;
-  }
-}
+bool IsLongInteger(int type) { return type == VT_I4 || type == VT_UI4 || type == VT_INT || type == VT_UINT; }
 
 // Whether a vector of valid values has this among its 32-bit integers; drivers use signed and unsigned ones.
 bool ContainsInteger(const PROPVARIANT& values, LONG wanted) {
-  const int type = values.vt & VT_TYPEMASK;
-  if ((values.vt & VT_VECTOR) == 0 || (type != VT_I4 && type != VT_UI4 && type != VT_INT && type != VT_UINT) ||
-      values.cal.pElems == nullptr) {
+  if ((values.vt & VT_VECTOR) == 0 || !IsLongInteger(values.vt & VT_TYPEMASK) || values.cal.pElems == nullptr) {
     return false;
   }
-  return std::find(values.cal.pElems, values.cal.pElems + values.cal.cElems, wanted) !=
-         values.cal.pElems + values.cal.cElems;
+  LONG* const end = values.cal.pElems + values.cal.cElems;
+  return std::find(values.cal.pElems, end, wanted) != end;
 }
 
 }  // namespace
@@ -75,27 +51,34 @@ ComPtr<IWiaItem2> SCAN_DIALOG::FirstChildItem(const GUID& category, HRESULT* res
   return item;
 }
 
+ComPtr<IWiaPropertyStorage> SCAN_DIALOG::FlatbedStorage() const {
+  HRESULT result = S_OK;
+  return platform::Query<IWiaPropertyStorage>(FirstChildItem(WIA_CATEGORY_FLATBED, &result).Get(),
+                                              IID_IWiaPropertyStorage);
+}
+
 void SCAN_DIALOG::ReadFeederCapability() {
   const auto storage =
       platform::Query<IWiaPropertyStorage>(m_pDeviceDialogData->pIWiaItemRoot, IID_IWiaPropertyStorage);
   if (storage == nullptr) {
     return;
   }
-  const PROPSPEC property = PropertyById(WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES);
+  const PROPSPEC property = {PRSPEC_PROPID, {WIA_DPS_DOCUMENT_HANDLING_CAPABILITIES}};
   platform::ScopedPropVariant value;
   if (storage->ReadMultiple(1, &property, value.put()) == S_OK) {
-    m_bHasFeeder = (IntegerOf(value.get()) & kFeedCapability) != 0;
+    // Of whichever integer type the driver answers: all of them begin with the same bits.
+    const int type = value.get().vt;
+    m_bHasFeeder =
+        (IsLongInteger(type) || type == VT_I2 || type == VT_UI2) && (value.get().iVal & kFeedCapability) != 0;
   }
 }
 
 void SCAN_DIALOG::ReadResolutionCapability() {
-  HRESULT result = S_OK;
-  const auto storage = platform::Query<IWiaPropertyStorage>(FirstChildItem(WIA_CATEGORY_FLATBED, &result).Get(),
-                                                            IID_IWiaPropertyStorage);
+  const auto storage = FlatbedStorage();
   if (storage == nullptr) {
     return;
   }
-  PROPSPEC property = PropertyById(WIA_IPS_XRES);  // some headers take it by non-const pointer
+  PROPSPEC property = {PRSPEC_PROPID, {WIA_IPS_XRES}};  // some headers take it by non-const pointer
   ULONG flags = 0;
   platform::ScopedPropVariant values;
   if (storage->GetPropertyAttributes(1, &property, &flags, values.put()) != S_OK) {

@@ -83,15 +83,11 @@ void SetTitleFromRegistry(HWND hDlg, const wchar_t* deviceId) {
 }  // namespace
 
 void SCAN_DIALOG::ReadDeviceIdentity() {
-  HRESULT result = S_OK;
-  const auto storage = platform::Query<IWiaPropertyStorage>(FirstChildItem(WIA_CATEGORY_FLATBED, &result).Get(),
-                                                            IID_IWiaPropertyStorage);
+  const auto storage = FlatbedStorage();
   if (storage == nullptr) {
     return;
   }
-  PROPSPEC property = {};
-  property.ulKind = PRSPEC_PROPID;
-  property.propid = WIA_DIP_DEV_ID;
+  const PROPSPEC property = {PRSPEC_PROPID, {WIA_DIP_DEV_ID}};
   platform::ScopedPropVariant value;
   if (FAILED(storage->ReadMultiple(1, &property, value.put())) || value.get().vt != VT_BSTR) {
     return;

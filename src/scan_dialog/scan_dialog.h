@@ -111,6 +111,8 @@ class SCAN_DIALOG : public BASE_DIALOG {
 
   // The first child item of the root with this category; null with the reason in *result (S_FALSE: there is none).
   platform::ComPtr<IWiaItem2> FirstChildItem(const GUID& category, HRESULT* result) const;
+  // The flatbed item's properties; null when there are none.
+  platform::ComPtr<IWiaPropertyStorage> FlatbedStorage() const;
   // Pixels at 96 dpi as pixels of the dialog, on a screen of that density or more.
   int Scaled(int pixels) const;
   // A square icon with sides of so many pixels at 96 dpi, loaded once. It lives as long as the dialog; null when it
