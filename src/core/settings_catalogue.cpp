@@ -8,17 +8,10 @@ namespace {
 constexpr ListEntry Localised(int stringId, std::int32_t value) { return {stringId, nullptr, value}; }
 constexpr ListEntry Literal(const wchar_t* text, std::int32_t value) { return {0, text, value}; }
 
-constexpr auto kOriginalSizeEntries = [] {
-  std::array<ListEntry, PAPER_SIZE_NAMES.size()> entries{};
-  std::transform(PAPER_SIZE_NAMES.begin(), PAPER_SIZE_NAMES.end(), entries.begin(),
-                 [](const PaperSize& size) { return Literal(size.name, size.pageSizeCode); });
-  return entries;
-}();
-
 constexpr auto kSendSizeEntries = [] {
-  std::array<ListEntry, kOriginalSizeEntries.size() + 1> entries{};
-  entries[0] = Localised(IDS_AUTO, kPageSizeAuto);
-  std::copy(kOriginalSizeEntries.begin(), kOriginalSizeEntries.end(), entries.begin() + 1);
+  std::array<ListEntry, PAPER_SIZE_NAMES.size() + 1> entries{};
+  entries[0] = Localised(IDS_AUTO, 100);  // WIA_PAGE_AUTO
+  std::copy(PAPER_SIZE_NAMES.begin(), PAPER_SIZE_NAMES.end(), entries.begin() + 1);
   return entries;
 }();
 
@@ -58,7 +51,7 @@ constexpr std::array kResolutionEntries = {
 
 }  // namespace
 
-const SettingList kOriginalSize = {IDC_ORIGINAL_SIZE, kOriginalSizeEntries, 0};
+const SettingList kOriginalSize = {IDC_ORIGINAL_SIZE, PAPER_SIZE_NAMES, 0};
 const SettingList kPlacement = {IDC_PLACEMENT, kPlacementEntries, 0};
 const SettingList kFeedMethod = {IDC_FEED_METHOD, kFeedMethodEntries, kFeedMethodAutoIndex};
 const SettingList kOriginalQuality = {IDC_ORIGINAL_QUALITY, kQualityEntries, 2};
@@ -82,8 +75,7 @@ bool IsResolutionOffered(const ListEntry& entry, bool has400, bool has600) {
 }
 
 std::int32_t ResolutionOfText(std::wstring_view text) {
-  const auto entry = std::find_if(kResolutionEntries.begin(), kResolutionEntries.end(),
-                                  [text](const ListEntry& e) { return text == e.text; });
+  const auto entry = std::ranges::find(kResolutionEntries, text, &ListEntry::text);
   return entry == kResolutionEntries.end() ? 0 : entry->value;
 }
 

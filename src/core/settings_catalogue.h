@@ -27,39 +27,33 @@ struct SettingList {
   int defaultIndex;
 };
 
-struct PaperSize {
-  const wchar_t* name;
-  std::int32_t pageSizeCode;  // WIA_PAGE_*; above WIA_PAGE_CUSTOM_BASE (0x8000) the driver's own sizes
-};
-
-// Shared by Original Size and Send Size. The device knows the dimensions; the dialog only names them.
-inline constexpr std::array<PaperSize, 23> PAPER_SIZE_NAMES = {{
-    {L"Letter", 1},
-    {L"Legal", 3},
-    {L"Statement", 5},
-    {L"A4", 0},
-    {L"A5", 11},
-    {L"A6", 12},
-    {L"B5", 22},
-    {L"B6", 23},
-    {L"Folio", 0x8001},
-    {L"Oficio II", 0x8002},
-    {L"Executive", 0x8003},
-    {L"Envelope #10", 0x8004},
-    {L"Envelope #9", 0x8005},
-    {L"Envelope Monarch", 0x8006},
-    {L"Envelope #6", 0x8007},
-    {L"Envelope C5", 0x8008},
-    {L"Envelope DL", 0x8009},
-    {L"Hakaki", 0x800A},
-    {L"Oufukuhagaki", 0x800B},
-    {L"Youkei 2", 0x800C},
-    {L"Youkei 4", 0x800D},
-    {L"16K", 0x800F},  // the device has no size 0x800E
-    {L"ISO B5", 0x8010},
+// Shared by Original Size and Send Size. The device knows the dimensions; the dialog only names them. The values are
+// WIA_PAGE_*, above WIA_PAGE_CUSTOM_BASE (0x8000) the driver's own sizes.
+inline constexpr std::array<ListEntry, 23> PAPER_SIZE_NAMES = {{
+    {0, L"Letter", 1},
+    {0, L"Legal", 3},
+    {0, L"Statement", 5},
+    {0, L"A4", 0},
+    {0, L"A5", 11},
+    {0, L"A6", 12},
+    {0, L"B5", 22},
+    {0, L"B6", 23},
+    {0, L"Folio", 0x8001},
+    {0, L"Oficio II", 0x8002},
+    {0, L"Executive", 0x8003},
+    {0, L"Envelope #10", 0x8004},
+    {0, L"Envelope #9", 0x8005},
+    {0, L"Envelope Monarch", 0x8006},
+    {0, L"Envelope #6", 0x8007},
+    {0, L"Envelope C5", 0x8008},
+    {0, L"Envelope DL", 0x8009},
+    {0, L"Hakaki", 0x800A},
+    {0, L"Oufukuhagaki", 0x800B},
+    {0, L"Youkei 2", 0x800C},
+    {0, L"Youkei 4", 0x800D},
+    {0, L"16K", 0x800F},  // the device has no size 0x800E
+    {0, L"ISO B5", 0x8010},
 }};
-
-inline constexpr std::int32_t kPageSizeAuto = 100;  // WIA_PAGE_AUTO
 
 extern const SettingList kOriginalSize;     // value: page-size code
 extern const SettingList kPlacement;        // value: WIA rotation
