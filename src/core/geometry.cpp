@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <iterator>
 
 using page::Turn;
 
@@ -140,17 +139,6 @@ std::int32_t SettleScroll(const AxisView& view, std::int32_t position) {
 int PercentOfScale(double zoom) { return Truncate(zoom / kScaleAt100Percent * 100); }
 
 double ScaleOfPercent(int percent) { return percent / 100.0 * kScaleAt100Percent; }
-
-int NextPercent(std::span<const int> table, int current, ZoomDirection direction, int fallback) {
-  const auto found = std::find(table.begin(), table.end(), current);
-  if (found == table.end()) {
-    return fallback;
-  }
-  if (direction == ZoomDirection::In) {
-    return std::next(found) == table.end() ? current : *std::next(found);
-  }
-  return found == table.begin() ? current : *std::prev(found);
-}
 
 Rect TurnFrame(const Rect& millimetres, page::Turn turn, double turnedWidthMm, double turnedHeightMm) {
   const Rect& from = millimetres;

@@ -17,7 +17,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 
 #include "core/page_edit.h"
 
@@ -141,11 +140,6 @@ std::int32_t SettleScroll(const AxisView& view, std::int32_t position);
 
 int PercentOfScale(double zoom);
 double ScaleOfPercent(int percent);
-
-enum class ZoomDirection { In, Out };
-
-// The next percentage of an ascending table, the current one at its end; `fallback` when the table lacks the current.
-int NextPercent(std::span<const int> table, int current, ZoomDirection direction, int fallback);
 
 // --- The selection frame ---------------------------------------------------------------------------------------------
 

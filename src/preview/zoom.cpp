@@ -1,7 +1,7 @@
 // The zoom steps: by the zoom list, and by a click with the zoom tool.
 
 #include <algorithm>
-#include <array>
+#include <cstddef>
 #include <iterator>
 
 #include "core/settings_catalogue.h"
@@ -11,12 +11,10 @@
 
 namespace {
 
-constexpr auto kZoomPercentages = [] {
-  std::array<int, settings::kZoomTable.size()> percentages{};
-  std::transform(settings::kZoomTable.begin(), settings::kZoomTable.end(), percentages.begin(),
-                 [](const settings::ZoomStep& step) { return step.percent; });
-  return percentages;
-}();
+// The zoom table's end for a scale that is none of its steps.
+auto RowOf(double zoom) {
+  return std::ranges::find(settings::kZoomTable, preview::PercentOfScale(zoom), &settings::ZoomStep::percent);
+}
 
 // The percentage that the zoom list's current item carries; 0 when it has none.
 int ListedPercent(HWND hDlg) {
@@ -43,29 +41,30 @@ void SCAN_DIALOG::OnZoomComboChange(HWND hDlg) {
 }
 
 void SCAN_DIALOG::SyncZoomCombo(HWND hDlg) {
-  const auto found = std::find(kZoomPercentages.begin(), kZoomPercentages.end(), preview::PercentOfScale(m_dZoom));
-  if (found == kZoomPercentages.end()) {
+  const auto row = RowOf(m_dZoom);
+  if (row == settings::kZoomTable.end()) {
     return;
   }
-  const auto row = std::distance(kZoomPercentages.begin(), found);
-  const LocalText text(settings::kZoomTable[static_cast<std::size_t>(row)].stringId);
+  const LocalText text(row->stringId);
   if (text.characters[0] != L'\0' && SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SELECTSTRING, 0,
                                                          reinterpret_cast<LPARAM>(text.characters)) != CB_ERR) {
     return;  // it is the current item now; to select it once more would paint the list once more
   }
   // The list is filled in table order, also where a string is missing.
-  SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, static_cast<WPARAM>(row), 0);
+  SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, static_cast<WPARAM>(row - settings::kZoomTable.begin()), 0);
 }
 
-void SCAN_DIALOG::ZoomInAt(HWND hDlg) { ZoomStepAt(hDlg, preview::ZoomDirection::In); }
+void SCAN_DIALOG::ZoomInAt(HWND hDlg) { ZoomStepAt(hDlg, 1); }
 
-void SCAN_DIALOG::ZoomOutAt(HWND hDlg) { ZoomStepAt(hDlg, preview::ZoomDirection::Out); }
+void SCAN_DIALOG::ZoomOutAt(HWND hDlg) { ZoomStepAt(hDlg, -1); }
 
-void SCAN_DIALOG::ZoomStepAt(HWND hDlg, preview::ZoomDirection direction) {
+void SCAN_DIALOG::ZoomStepAt(HWND hDlg, int rows) {
   const int x = preview::ImagePixelAt(HorizontalView(), m_ptMouse.x);
   const int y = preview::ImagePixelAt(VerticalView(), m_ptMouse.y);
-  const int percent =
-      preview::NextPercent(kZoomPercentages, preview::PercentOfScale(m_dZoom), direction, ListedPercent(hDlg));
+  const auto& table = settings::kZoomTable;
+  const std::ptrdiff_t row = RowOf(m_dZoom) - table.begin();
+  const auto next = static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(row + rows, 0, std::ssize(table) - 1));
+  const int percent = row == std::ssize(table) ? ListedPercent(hDlg) : table[next].percent;
   if (percent <= 0) {
     return;
   }

@@ -184,8 +184,8 @@ class SCAN_DIALOG : public BASE_DIALOG {
   // Range and page in image pixels; reset puts both positions at 0.
   void UpdateScrollBars(HWND hDlg, bool reset);
   void SyncZoomCombo(HWND hDlg);
-  // One step of the zoom table, centred on the image pixel under m_ptMouse.
-  void ZoomStepAt(HWND hDlg, preview::ZoomDirection direction);
+  // Up (1) or down (-1) the zoom table, centred on the image pixel under m_ptMouse.
+  void ZoomStepAt(HWND hDlg, int rows);
   void OnZoomComboChange(HWND hDlg);
   void ZoomInAt(HWND hDlg);
   void ZoomOutAt(HWND hDlg);
