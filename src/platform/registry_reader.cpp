@@ -1,7 +1,6 @@
 #include "platform/registry_reader.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "platform/scoped.h"
 
@@ -29,15 +28,11 @@ DWORD GetRegValueString(HKEY key, const wchar_t* name, wchar_t* value) {
   }
   const platform::RegistryKey reader(opened);
 
-  wchar_t stored[MAX_PATH] = {};
-  DWORD bytes = sizeof(stored);
-  if (RegQueryValueExW(reader.get(), name, nullptr, nullptr, reinterpret_cast<BYTE*>(stored), &bytes) !=
-      ERROR_SUCCESS) {
-    return 0;
+  DWORD bytes = MAX_PATH * sizeof(wchar_t);
+  if (RegQueryValueExW(reader.get(), name, nullptr, nullptr, reinterpret_cast<BYTE*>(value), &bytes) != ERROR_SUCCESS) {
+    bytes = 0;
   }
   // The registry does not promise a terminator.
-  const wchar_t* last = stored + std::min<std::size_t>(bytes / sizeof(wchar_t), MAX_PATH - 1);
-  const wchar_t* end = std::find(static_cast<const wchar_t*>(stored), last, L'\0');
-  *std::copy(static_cast<const wchar_t*>(stored), end, value) = L'\0';
+  value[std::min<std::size_t>(bytes / sizeof(wchar_t), MAX_PATH - 1)] = L'\0';
   return bytes;
 }
