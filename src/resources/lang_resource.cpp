@@ -1,6 +1,7 @@
 #include "resources/lang_resource.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cwchar>
 #include <iterator>
 
@@ -16,11 +17,6 @@ constexpr std::uint32_t kEnglishUnitedStates = 0x0409;
 constexpr std::uint32_t kFontPointSize = 8;
 constexpr int kControlTextCapacity = 1024;
 constexpr UINT kStringsPerBlock = 16;
-
-std::uint32_t HexDigitValue(char digit) {
-  const char upper = (digit >= 'a' && digit <= 'f') ? static_cast<char>(digit - 'a' + 'A') : digit;
-  return static_cast<std::uint32_t>((upper >= 'A' && upper <= 'F') ? upper - 'A' + 10 : upper - '0');
-}
 
 // Entries of one string block: a 16-bit count, then that many UTF-16 units without terminator. The block is bounded by
 // its resource size, so that a damaged table cannot lead past its end.
@@ -49,12 +45,8 @@ LANG_RESOURCE::~LANG_RESOURCE() {
 std::uint32_t LANG_RESOURCE::GetUserLanguage() {
   char digits[10] = {};
   GetLocaleInfoA(LOCALE_USER_DEFAULT, LOCALE_ILANGUAGE, digits, static_cast<int>(std::size(digits)));
-  std::uint32_t language = 0;
-  for (const char* digit = digits; *digit != '\0'; ++digit) {
-    language = language * 16 + HexDigitValue(*digit);
-  }
-  m_wLangId = language;
-  return language;
+  m_wLangId = std::strtoul(digits, nullptr, 16);
+  return m_wLangId;
 }
 
 bool LANG_RESOURCE::IsRightToLeft() const {
