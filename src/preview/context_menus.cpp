@@ -48,11 +48,7 @@ void SCAN_DIALOG::ShowToolMenu(HWND hDlg, int menu, int button, int checkedItem)
     return;
   }
   if (checkedItem != 0) {
-    const int items = GetMenuItemCount(popup);
-    for (int position = 0; position < items; ++position) {
-      const UINT item = GetMenuItemID(popup, position);
-      CheckMenuItem(popup, item, item == static_cast<UINT>(checkedItem) ? MF_CHECKED : MF_UNCHECKED);
-    }
+    CheckMenuItem(popup, static_cast<UINT>(checkedItem), MF_CHECKED);  // the resource has no item checked
   }
   TrackPopupMenu(popup, 0, window.left, window.bottom, 0, hDlg, nullptr);
 }
