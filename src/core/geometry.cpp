@@ -18,17 +18,6 @@ std::int32_t Saturate(std::int64_t value) {
 
 double PaneToImage(double panePixels, double zoom) { return zoom > 0.0 ? panePixels / zoom : 0.0; }
 
-double ImageToMillimetres(double imagePixels, std::uint32_t dpi) {
-  return dpi != 0 ? imagePixels * kMillimetresPerInch / dpi : 0.0;
-}
-
-bool MoveInto(std::int32_t& value, std::int32_t low, std::int32_t high) {
-  const std::int32_t clamped = std::max(low, std::min(value, high));
-  const bool moved = clamped != value;
-  value = clamped;
-  return moved;
-}
-
 }  // namespace
 
 std::int32_t Truncate(double value) {
@@ -46,10 +35,12 @@ std::int32_t ImagePixelAt(const AxisView& view, std::int32_t client) {
 }
 
 std::int32_t MillimetresAt(std::int32_t imagePixel, std::uint32_t dpi) {
-  return Truncate(ImageToMillimetres(imagePixel, dpi) + 0.5);
+  return Truncate(ImageMillimetres(imagePixel, dpi) + 0.5);
 }
 
-double ImageMillimetres(std::uint32_t imageSize, std::uint32_t dpi) { return ImageToMillimetres(imageSize, dpi); }
+double ImageMillimetres(double imagePixels, std::uint32_t dpi) {
+  return dpi != 0 ? imagePixels * kMillimetresPerInch / dpi : 0.0;
+}
 
 std::int32_t ClientAt(const AxisView& view, std::int32_t millimetres) {
   const std::uint32_t product = static_cast<std::uint32_t>(millimetres) * view.dpi;
@@ -59,7 +50,7 @@ std::int32_t ClientAt(const AxisView& view, std::int32_t millimetres) {
 std::int32_t MovingCornerMillimetres(const AxisView& view, std::int32_t anchorClient, std::int32_t pointerClient) {
   const std::int32_t anchor = ImagePixelAt(view, anchorClient);
   const double extent = PaneToImage(pointerClient - anchorClient, view.zoom);
-  return Truncate(ImageToMillimetres(anchor, view.dpi) + ImageToMillimetres(extent, view.dpi) + 0.5);
+  return Truncate(ImageMillimetres(anchor, view.dpi) + ImageMillimetres(extent, view.dpi) + 0.5);
 }
 
 std::int32_t VisibleImageLimit(const AxisView& view) {
@@ -190,13 +181,11 @@ bool IsInside(const Point& client, const Rect& pane) {
 }
 
 ClampedFrame ClampFrame(const Rect& frameClient, const Rect& pane) {
-  Rect frame = frameClient;
-  bool moved = MoveInto(frame.left, pane.left, pane.right);
-  moved |= MoveInto(frame.right, pane.left, pane.right);
-  moved |= MoveInto(frame.top, pane.top, pane.bottom);
-  moved |= MoveInto(frame.bottom, pane.top, pane.bottom);
-  const bool isVisible = (!moved && frame.hasArea()) || (frame.left < frame.right && frame.top < frame.bottom);
-  return {frame, isVisible};
+  const auto x = [&pane](std::int32_t value) { return std::max(pane.left, std::min(value, pane.right)); };
+  const auto y = [&pane](std::int32_t value) { return std::max(pane.top, std::min(value, pane.bottom)); };
+  const Rect frame = {x(frameClient.left), y(frameClient.top), x(frameClient.right), y(frameClient.bottom)};
+  const bool isWhole = frame == frameClient && frame.hasArea();
+  return {frame, isWhole || (frame.left < frame.right && frame.top < frame.bottom)};
 }
 
 }  // namespace preview

@@ -77,8 +77,8 @@ std::int32_t ImagePixelAt(const AxisView& view, std::int32_t client);
 // An image pixel's place on the page, rounded to the nearest millimetre.
 std::int32_t MillimetresAt(std::int32_t imagePixel, std::uint32_t dpi);
 
-// An image's extent on the page, unrounded.
-double ImageMillimetres(std::uint32_t imageSize, std::uint32_t dpi);
+// An extent on the page, unrounded.
+double ImageMillimetres(double imagePixels, std::uint32_t dpi);
 
 // Where a millimetre of the page stands in the client area, cut toward zero. millimetres x dpi is a 32-bit unsigned
 // product, so that a negative position wraps round to a large one and ends at the pane's far edge.

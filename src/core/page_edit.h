@@ -113,13 +113,8 @@ constexpr CutRectangle BeforeTurn(const CutRectangle& part, Turn turn, int width
 
 // The way back: where a part of the image lies once it is turned. The size is the one before the turn.
 constexpr CutRectangle AfterTurn(const CutRectangle& part, Turn turn, int width, int height) {
-  if (turn == Turn::Right) {
-    return BeforeTurn(part, Turn::Left, height, width);
-  }
-  if (turn == Turn::Left) {
-    return BeforeTurn(part, Turn::Right, height, width);
-  }
-  return BeforeTurn(part, turn, width, height);
+  const Turn back = TurnOfDegrees(360 - DegreesOf(turn));
+  return SwapsAxes(turn) ? BeforeTurn(part, back, height, width) : BeforeTurn(part, back, width, height);
 }
 
 // Pixels in memory; a negative stride runs upwards.
