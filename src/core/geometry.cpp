@@ -10,8 +10,6 @@ namespace preview {
 
 namespace {
 
-constexpr std::int32_t kLineStep = 10;  // image pixels, whatever the scale
-
 std::int32_t Saturate(std::int64_t value) {
   return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, -kCoordinateLimit, kCoordinateLimit));
 }
@@ -85,38 +83,6 @@ std::int32_t CoveredPanePixels(const AxisView& view) {
   }
   const double imageLeft = static_cast<double>(view.imageSize) - view.scroll;
   return std::clamp(Truncate(std::floor(imageLeft * view.paneSize() / shown)), 0, std::max(view.paneSize(), 0));
-}
-
-std::optional<std::int32_t> ScrolledPosition(int request, const ScrollBarState& bar, std::int32_t thumbPosition) {
-  const std::int64_t position = bar.position;
-  std::int64_t step = 0;
-  switch (static_cast<ScrollRequest>(request)) {
-    case ScrollRequest::LineBack:
-      step = -kLineStep;
-      break;
-    case ScrollRequest::LineForward:
-      step = kLineStep;
-      break;
-    case ScrollRequest::PageBack:
-      step = -std::int64_t{bar.page};
-      break;
-    case ScrollRequest::PageForward:
-      step = bar.page;
-      break;
-    case ScrollRequest::ThumbTrack:
-      step = thumbPosition - position;
-      break;
-    case ScrollRequest::ToStart:
-      return 0;
-    case ScrollRequest::ToEnd:
-      return bar.maximum;
-    default:
-      return std::nullopt;
-  }
-  if (step == 0) {
-    return std::nullopt;
-  }
-  return Saturate(position < bar.maximum ? position + step : position);
 }
 
 std::int32_t SettleScroll(const AxisView& view, std::int32_t position) {

@@ -16,7 +16,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 #include "core/page_edit.h"
 
@@ -111,26 +110,6 @@ std::int32_t CentredScroll(std::uint32_t imagePixel, const AxisView& view);
 // Pane pixels from the pane's start that the image covers, in [0, pane size]; a partly covered last pixel is not
 // counted.
 std::int32_t CoveredPanePixels(const AxisView& view);
-
-// The requests of a scroll bar, numbered as in its messages.
-enum class ScrollRequest {
-  LineBack = 0,
-  LineForward = 1,
-  PageBack = 2,
-  PageForward = 3,
-  ThumbTrack = 5,
-  ToStart = 6,
-  ToEnd = 7,
-};
-
-struct ScrollBarState {
-  std::int32_t position = 0;
-  std::int32_t maximum = 0;
-  std::uint32_t page = 0;
-};
-
-// The position after a request; nothing when the request is unknown or changes nothing.
-std::optional<std::int32_t> ScrolledPosition(int request, const ScrollBarState& bar, std::int32_t thumbPosition);
 
 // Brings a scroll bar's position into what the view can show. Not the same as ClampScroll: with an image smaller than
 // the pane the bar keeps the negative largest offset, and the next draw shows the image from its start.
