@@ -33,21 +33,18 @@ BOOL CALLBACK AddReadingOrder(HWND child, LPARAM /*parameter*/) {
   return TRUE;
 }
 
-// Appends one entry. The settings are read by position, so an entry whose string no table holds takes its place with an
-// empty text.
-void AppendEntry(HWND list, const settings::ListEntry& entry) {
-  SendMessageW(list, CB_INSERTSTRING, static_cast<WPARAM>(-1),
-               reinterpret_cast<LPARAM>(entry.text != nullptr ? entry.text : LocalText(entry.stringId).characters));
-}
-
 HCURSOR LoadDialogCursor(int id, int size) {
   return static_cast<HCURSOR>(LoadImageW(g_hInstance, MAKEINTRESOURCEW(id), IMAGE_CURSOR, size, size, LR_DEFAULTCOLOR));
 }
 
 // A mirrored window counts client coordinates from its right edge and mirrors images. The pane and its scroll bar show
 // the page, which is never mirrored; on a tool button, a clockwise arrow would turn into a counter-clockwise one.
-void DropMirroring(HWND window) {
-  SetWindowLongPtrW(window, GWL_EXSTYLE, GetWindowLongPtrW(window, GWL_EXSTYLE) & ~WS_EX_LAYOUTRTL);
+void DropPaneMirroring(HWND hDlg) {
+  for (const int control :
+       {IDC_PREVIEW_PANE, IDC_HORIZONTAL_SCROLL, IDC_TOOL_SELECT, IDC_TOOL_ZOOM, IDC_TOOL_ROTATE, IDC_TOOL_PAN}) {
+    const HWND window = GetDlgItem(hDlg, control);
+    SetWindowLongPtrW(window, GWL_EXSTYLE, GetWindowLongPtrW(window, GWL_EXSTYLE) & ~WS_EX_LAYOUTRTL);
+  }
 }
 
 }  // namespace
@@ -57,15 +54,19 @@ INT_PTR SCAN_DIALOG::OnInitDialog(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*
   m_bInch = UsesInches() ? 1 : 0;
   ReadFeederCapability();
   ReadResolutionCapability();
-  SetReadingOrder();
-  SetLabels();
+  if (m_bRightToLeft) {
+    EnumChildWindows(hDlg, AddReadingOrder, 0);
+  }
+  for (const settings::Label& label : settings::kLabels) {
+    g_pLangResource->SetControlText(hDlg, static_cast<UINT>(label.stringId), label.control);
+  }
   FillLists();
   TakeOtherControls();
   ReadDeviceIdentity();
   SetDefaults();
   CreateStatusBar();
   if (m_bRightToLeft) {
-    DropPaneMirroring();
+    DropPaneMirroring(hDlg);
   }
   TakePaneRectangle();
   m_nScrollX = 0;
@@ -81,37 +82,27 @@ INT_PTR SCAN_DIALOG::OnInitDialog(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*
   return FALSE;
 }
 
-void SCAN_DIALOG::SetReadingOrder() {
-  if (m_bRightToLeft) {
-    EnumChildWindows(m_hDlg, AddReadingOrder, 0);
-  }
-}
-
-void SCAN_DIALOG::SetLabels() {
-  for (const settings::Label& label : settings::kLabels) {
-    g_pLangResource->SetControlText(m_hDlg, static_cast<UINT>(label.stringId), label.control);
-  }
-}
-
-HWND SCAN_DIALOG::FillList(const settings::SettingList& list) {
-  const HWND window = GetDlgItem(m_hDlg, list.control);
-  for (const settings::ListEntry& entry : list.entries) {
-    if (&list != &settings::kResolution || settings::IsResolutionOffered(entry, m_bRes400, m_bRes600)) {
-      AppendEntry(window, entry);
-    }
-  }
-  return window;
-}
-
 void SCAN_DIALOG::FillLists() {
-  m_hwndOriginalSize = FillList(settings::kOriginalSize);
-  m_hwndPlacement = FillList(settings::kPlacement);
-  m_hwndFeedMethod = FillList(settings::kFeedMethod);
-  m_hwndQuality = FillList(settings::kOriginalQuality);
-  m_hwndScanMethod = FillList(settings::kScanMethod);
-  m_hwndSendSize = FillList(settings::kSendSize);
-  m_hwndScanColor = FillList(settings::kScanColor);
-  m_hwndResolution = FillList(settings::kResolution);
+  const auto fill = [this](const settings::SettingList& list) {
+    const HWND window = GetDlgItem(m_hDlg, list.control);
+    for (const settings::ListEntry& entry : list.entries) {
+      if (&list == &settings::kResolution && !settings::IsResolutionOffered(entry, m_bRes400, m_bRes600)) {
+        continue;
+      }
+      // The settings are read by position, so an entry whose string no table holds takes its place with an empty text.
+      SendMessageW(window, CB_INSERTSTRING, static_cast<WPARAM>(-1),
+                   reinterpret_cast<LPARAM>(entry.text != nullptr ? entry.text : LocalText(entry.stringId).characters));
+    }
+    return window;
+  };
+  m_hwndOriginalSize = fill(settings::kOriginalSize);
+  m_hwndPlacement = fill(settings::kPlacement);
+  m_hwndFeedMethod = fill(settings::kFeedMethod);
+  m_hwndQuality = fill(settings::kOriginalQuality);
+  m_hwndScanMethod = fill(settings::kScanMethod);
+  m_hwndSendSize = fill(settings::kSendSize);
+  m_hwndScanColor = fill(settings::kScanColor);
+  m_hwndResolution = fill(settings::kResolution);
 }
 
 void SCAN_DIALOG::TakeOtherControls() {
@@ -143,13 +134,6 @@ void SCAN_DIALOG::CreateStatusBar() {
   const HICON size = LoadDialogIcon(IDI_AREA_SIZE, kStatusIconSize);
   SendMessageW(m_hwndStatusBar, SB_SETICON, 1, reinterpret_cast<LPARAM>(position));
   SendMessageW(m_hwndStatusBar, SB_SETICON, 2, reinterpret_cast<LPARAM>(size));
-}
-
-void SCAN_DIALOG::DropPaneMirroring() {
-  for (const HWND window : {GetDlgItem(m_hDlg, IDC_PREVIEW_PANE), GetDlgItem(m_hDlg, IDC_HORIZONTAL_SCROLL),
-                            m_hwndToolSelect, m_hwndToolZoom, m_hwndToolRotate, m_hwndToolPan}) {
-    DropMirroring(window);
-  }
 }
 
 void SCAN_DIALOG::TakePaneRectangle() {

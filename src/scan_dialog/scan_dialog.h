@@ -17,9 +17,6 @@
 namespace scanning {
 struct SettingsSnapshot;
 }
-namespace settings {
-struct SettingList;
-}
 
 // How DrawPreviewImage treats the pane and the scroll offsets.
 enum class PreviewDrawMode {
@@ -88,17 +85,11 @@ class SCAN_DIALOG : public BASE_DIALOG {
 
   void ReadFeederCapability();
   void ReadResolutionCapability();
-  void SetReadingOrder();
-  void SetLabels();
-  // Fills a list with the entries that the device offers; its window.
-  HWND FillList(const settings::SettingList& list);
   void FillLists();
   void TakeOtherControls();
   // Puts the device's registry name into the title bar, when the device is found there.
   void ReadDeviceIdentity();
   void CreateStatusBar();
-  // Right to left: lets pane, scroll bar and tool buttons show what must not be mirrored.
-  void DropPaneMirroring();
   void TakePaneRectangle();
   void LoadPaneCursors();
   void SetToolIcons();
