@@ -308,7 +308,7 @@ using platform::ComPtr;
 
 ComPtr<CSimpleWIACallback> MakeCallback(const std::wstring& path, HWND owner = nullptr) {
   ComPtr<CSimpleWIACallback> callback;
-  *callback.GetAddressOf() = new CSimpleWIACallback(owner, path.c_str(), CSimpleWIACallback::Purpose::Scan);
+  *callback.GetAddressOf() = new CSimpleWIACallback(owner, path.c_str());
   return callback;
 }
 
@@ -323,7 +323,7 @@ TEST(TransferCallback, ComRules) {
   EXPECT_EQ(callback->GetNextStream(0, nullptr, nullptr, nullptr), E_FAIL);
   ComPtr<IStream> stream;
   EXPECT_EQ(callback->GetNextStream(0, nullptr, nullptr, &stream), S_OK);
-  EXPECT_EQ(callback->TakeFirstFile(), folder.File(L"p.JPG"));
+  EXPECT_EQ(callback->TakeFiles().at(0), folder.File(L"p.JPG"));
   stream.Reset();
   EXPECT_TRUE(MoveFileW(folder.File(L"p.JPG").c_str(), folder.File(L"q.JPG").c_str())) << "let go at the page's end";
 }

@@ -23,8 +23,6 @@ using platform::ComPtr;
 
 namespace {
 
-using Purpose = CSimpleWIACallback::Purpose;
-
 // Builds "<folder>\<fileName>.JPG" in `path`, a buffer of MAX_PATH characters. A null file name counts as empty.
 HRESULT MakeDestinationPath(const wchar_t* folder, const wchar_t* fileName, wchar_t* path) {
   if (folder == nullptr || folder[0] == L'\0') {
@@ -60,20 +58,19 @@ bool FileExists(const wchar_t* path) { return GetFileAttributesW(path) != INVALI
 
 // What a download left behind.
 struct Delivery {
-  HRESULT result = E_FAIL;               // of Download, or why it was not called
-  std::wstring firstFile;                // empty: the device asked for no stream
-  std::vector<std::wstring> laterFiles;  // of a preview only
+  HRESULT result = E_FAIL;          // of Download, or why it was not called
+  std::vector<std::wstring> files;  // empty: the device asked for no stream
 };
 
 // Runs the transfer into `path` and variants of it. The callback is closed before this returns: no call that the driver
 // makes later reaches the dialog.
-Delivery Download(IWiaTransfer* transfer, HWND owner, const wchar_t* path, Purpose purpose) {
+Delivery Download(IWiaTransfer* transfer, HWND owner, const wchar_t* path) {
   DebugTrace(L"wszFileName = [%s]", path);
   ComPtr<CSimpleWIACallback> callback;
   // It is made with one reference. Not Attach: in mingw-w64's header that takes another one.
-  *callback.GetAddressOf() = new (std::nothrow) CSimpleWIACallback(owner, path, purpose);
+  *callback.GetAddressOf() = new (std::nothrow) CSimpleWIACallback(owner, path);
   if (callback == nullptr) {
-    return {E_OUTOFMEMORY, {}, {}};
+    return {E_OUTOFMEMORY, {}};
   }
   HRESULT result = S_OK;
   const auto receiver = platform::Query<IWiaTransferCallback>(callback.Get(), IID_IWiaTransferCallback, &result);
@@ -81,7 +78,7 @@ Delivery Download(IWiaTransfer* transfer, HWND owner, const wchar_t* path, Purpo
     result = transfer->Download(0, receiver.Get());
   }
   callback->Close();
-  return {result, callback->TakeFirstFile(), callback->TakeLaterPreviewFiles()};
+  return {result, callback->TakeFiles()};
 }
 
 }  // namespace
@@ -164,17 +161,14 @@ HRESULT SCAN_DIALOG::TransferPreview(IWiaTransfer* transfer) {
   StringCchCopyW(path, MAX_PATH, placeholder);
   StringCchCopyW(path + std::wcslen(path) - 3, 4, L"JPG");
   const bool existedBefore = FileExists(path);
-  const Delivery delivery = Download(transfer, m_hDlg, path, Purpose::Preview);
-  for (const std::wstring& later : delivery.laterFiles) {
-    DeleteFileW(later.c_str());
+  const Delivery delivery = Download(transfer, m_hDlg, path);
+  const bool shows = delivery.result == S_OK;
+  for (std::size_t page = shows ? 1 : 0; page < delivery.files.size(); ++page) {
+    DeleteFileW(delivery.files[page].c_str());
   }
-  if (delivery.firstFile.empty() && existedBefore) {
-    return delivery.result;  // somebody else's file: must not be shown, turned or deleted
-  }
-  if (delivery.result == S_OK) {
-    UpdatePreviewImage(delivery.firstFile.empty() ? path : delivery.firstFile.c_str());
-  } else if (!delivery.firstFile.empty()) {
-    DeleteFileW(delivery.firstFile.c_str());
+  // A file that was there before is somebody else's: it must not be shown, turned or deleted.
+  if (shows && (!delivery.files.empty() || !existedBefore)) {
+    UpdatePreviewImage(delivery.files.empty() ? path : delivery.files.front().c_str());
   }
   return delivery.result;
 }
@@ -190,13 +184,13 @@ HRESULT SCAN_DIALOG::TransferScan(IWiaTransfer* transfer, IWiaItem2* item) {
   ImageEditParams params;
   GetImageEditParams(&params);
   const bool existedBefore = FileExists(path);
-  const Delivery delivery = Download(transfer, m_hDlg, path, Purpose::Scan);
-  if (delivery.firstFile.empty() && existedBefore) {
+  const Delivery delivery = Download(transfer, m_hDlg, path);
+  if (delivery.files.empty() && existedBefore) {
     // Somebody else's file: must not be changed or reported.
     return delivery.result;
   }
   wchar_t written[MAX_PATH] = {};
-  StringCchCopyW(written, MAX_PATH, delivery.firstFile.empty() ? path : delivery.firstFile.c_str());
+  StringCchCopyW(written, MAX_PATH, delivery.files.empty() ? path : delivery.files.front().c_str());
   if (delivery.result == S_OK && m_bPreviewLoaded) {
     processImageFile(written, params);
   }

@@ -36,8 +36,7 @@ auto CountCall(volatile LONG& count) noexcept {
 
 }  // namespace
 
-CSimpleWIACallback::CSimpleWIACallback(HWND owner, const wchar_t* filePath, Purpose purpose)
-    : m_hwndOwner(owner), m_purpose(purpose) {
+CSimpleWIACallback::CSimpleWIACallback(HWND owner, const wchar_t* filePath) : m_hwndOwner(owner) {
   StringCchCopyW(m_wszFileName, MAX_PATH, filePath);
 }
 
@@ -100,7 +99,8 @@ HRESULT CSimpleWIACallback::CreatePageFile(IStream** destination) {
   try {
     *stream.GetAddressOf() = new CPageStream(file.stream.Get());
     file.stream.Reset();
-    RememberFile(file.path, stream.Get());
+    m_streams.push_back(stream);
+    m_files.emplace_back(file.path);
   } catch (...) {
     file.stream.Reset();
     stream.Reset();
@@ -109,15 +109,6 @@ HRESULT CSimpleWIACallback::CreatePageFile(IStream** destination) {
   }
   *destination = stream.Detach();
   return S_OK;
-}
-
-void CSimpleWIACallback::RememberFile(const wchar_t* path, CPageStream* stream) {
-  m_streams.emplace_back(stream);
-  if (m_firstFile.empty()) {
-    m_firstFile = path;
-  } else if (m_purpose == Purpose::Preview) {
-    m_laterPreviewFiles.emplace_back(path);
-  }
 }
 
 void CSimpleWIACallback::Close() noexcept {

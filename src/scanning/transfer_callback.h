@@ -25,14 +25,8 @@ inline constexpr UINT kProgressMessage = WM_APP + 1;
 // callback would otherwise make files, or show messages, for a dialog that is gone.
 class CSimpleWIACallback final : public IWiaTransferCallback {
  public:
-  // What becomes of the files: a scan's pages stay where they are made; of a preview only the first page is used, so
-  // the others are remembered for deletion.
-  enum class Purpose { Scan, Preview };
-
   // owner: the dialog window, owner of the message boxes. filePath: where the first page goes; cut to 259 characters.
-  CSimpleWIACallback(HWND owner, const wchar_t* filePath, Purpose purpose);
-  CSimpleWIACallback(const CSimpleWIACallback&) = delete;
-  CSimpleWIACallback& operator=(const CSimpleWIACallback&) = delete;
+  CSimpleWIACallback(HWND owner, const wchar_t* filePath);
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override;
   ULONG STDMETHODCALLTYPE AddRef() override;
@@ -51,28 +45,23 @@ class CSimpleWIACallback final : public IWiaTransferCallback {
   // also those whose streams the driver keeps: nobody could open or delete them otherwise.
   void Close() noexcept;
 
-  // After Close. The first file that was created; empty when no stream was asked for. Moved, so that no allocation can
-  // lose the name.
-  std::wstring TakeFirstFile() noexcept { return std::move(m_firstFile); }
-  // After Close. The later files of a preview.
-  std::vector<std::wstring> TakeLaterPreviewFiles() noexcept { return std::move(m_laterPreviewFiles); }
+  // After Close. The files that were created, in their order; none when no stream was asked for. Moved, so that no
+  // allocation can lose a name.
+  std::vector<std::wstring> TakeFiles() noexcept { return std::move(m_files); }
 
  private:
   ~CSimpleWIACallback() = default;
   HRESULT CreatePageFile(IStream** destination);
-  void RememberFile(const wchar_t* path, CPageStream* stream);
 
   const ModuleLock m_moduleLock;
   volatile LONG m_cRef = 1;
   HWND m_hwndOwner;
   wchar_t m_wszFileName[MAX_PATH] = {};
 
-  const Purpose m_purpose;
   volatile LONG m_closed = 0;
   volatile LONG m_callsInside = 0;
   platform::Lock m_filesLock;  // guards what follows while calls run
   int m_nextNumber = 1;        // in the next page's name; 1: the path itself
-  std::wstring m_firstFile;
-  std::vector<std::wstring> m_laterPreviewFiles;
+  std::vector<std::wstring> m_files;
   std::vector<platform::ComPtr<CPageStream>> m_streams;
 };
