@@ -28,15 +28,6 @@ namespace gdip = Gdiplus::DllExports;
 
 using Rows = page::PixelRows<std::uint8_t>;
 
-constexpr wchar_t kTurnSuffix[] = L".tmp.jpg";
-constexpr wchar_t kTrimSuffix[] = L".tmp";
-
-// What becomes of a page.
-struct Edit {
-  Turn turn = Turn::None;
-  std::optional<page::Frame> frame;  // in the turned page
-};
-
 // A page's pixels, read strip by strip. A GDI+ image of it would be a second copy in memory: 100 MB at 600 dpi.
 class PageReader {
  public:
@@ -98,6 +89,8 @@ class PageReader {
   double m_dpiY = 0.0;
 };
 
+using Frame = std::optional<page::Frame>;  // in the turned page
+
 // Which pixels of a page the new picture shows. Sizes and the cut are the turned page's.
 struct Plan {
   int width = 0;
@@ -109,18 +102,18 @@ struct Plan {
 };
 
 // No value when neither the turn nor the frame leaves anything to do. A turn whose frame has no area is still done.
-std::optional<Plan> PlanEdit(const PageReader& page, const Edit& edit) {
+std::optional<Plan> PlanEdit(const PageReader& page, Turn turn, const Frame& frame) {
   Plan plan{page.width(), page.height(), page.dpiX(), page.dpiY(), {}, false};
-  if (page::SwapsAxes(edit.turn)) {
+  if (page::SwapsAxes(turn)) {
     std::swap(plan.width, plan.height);
     std::swap(plan.dpiX, plan.dpiY);
   }
   plan.cut = {0, 0, plan.width, plan.height};
-  if (!edit.frame) {
+  if (!frame) {
     return plan;
   }
-  const std::optional<CutRectangle> cut = page::CutOfFrame(plan.dpiX, plan.dpiY, *edit.frame);
-  if (!cut && edit.turn == Turn::None) {
+  const std::optional<CutRectangle> cut = page::CutOfFrame(plan.dpiX, plan.dpiY, *frame);
+  if (!cut && turn == Turn::None) {
     return std::nullopt;
   }
   plan.cut = cut.value_or(plan.cut);
@@ -190,10 +183,10 @@ bool SaveAsNewFile(Gdiplus::GpImage* picture, const CLSID& encoder, const wchar_
 }
 
 // Rewrites the file through a temporary one beside it; see the header for what remains of a failure.
-BOOL Rewrite(wchar_t* path, const wchar_t* suffix, const Edit& edit) {
+BOOL Rewrite(wchar_t* path, Turn turn, const Frame& frame) {
   wchar_t temporary[MAX_PATH] = {};
   if (path == nullptr || FAILED(StringCchCopyW(temporary, MAX_PATH, path)) ||
-      FAILED(StringCchCatW(temporary, MAX_PATH, suffix))) {
+      FAILED(StringCchCatW(temporary, MAX_PATH, frame && turn == Turn::None ? L".tmp" : L".tmp.jpg"))) {
     return FALSE;
   }
   DebugTrace(L"SCAN_DIALOG::rotateImageFile tmpFile = %s", temporary);
@@ -205,8 +198,8 @@ BOOL Rewrite(wchar_t* path, const wchar_t* suffix, const Edit& edit) {
   std::optional<Plan> plan;
   {
     PageReader page;
-    plan = page.Open(path) ? PlanEdit(page, edit) : std::nullopt;
-    const platform::GdipImage picture = plan ? MakePicture(page, *plan, edit.turn) : nullptr;
+    plan = page.Open(path) ? PlanEdit(page, turn, frame) : std::nullopt;
+    const platform::GdipImage picture = plan ? MakePicture(page, *plan, turn) : nullptr;
     if (picture == nullptr || !SaveAsNewFile(picture.get(), encoder, temporary, &file)) {
       return FALSE;
     }
@@ -219,7 +212,7 @@ BOOL Rewrite(wchar_t* path, const wchar_t* suffix, const Edit& edit) {
     StringCchCopyW(path, MAX_PATH, file.path);  // from the deletion on it is the image
     return FALSE;
   }
-  return plan->isCut == edit.frame.has_value() ? TRUE : FALSE;
+  return plan->isCut == frame.has_value() ? TRUE : FALSE;
 }
 
 }  // namespace
@@ -273,7 +266,7 @@ int GetEncoderClsid(const wchar_t* mimeType, CLSID* clsid) {
   return -1;
 }
 
-BOOL TurnImageFile(wchar_t* path, Turn turn) { return Rewrite(path, kTurnSuffix, {turn, std::nullopt}); }
+BOOL TurnImageFile(wchar_t* path, Turn turn) { return Rewrite(path, turn, std::nullopt); }
 
 BOOL rotateImageFile(int rotationType, wchar_t* path) {
   DebugTrace(L"SCAN_DIALOG::rotateImageFile rotationType=%d, i_wstrImagePath=%s", rotationType, path);
@@ -283,17 +276,15 @@ BOOL rotateImageFile(int rotationType, wchar_t* path) {
 BOOL trimImageFile(wchar_t* path, double left, double top, double right, double bottom) {
   DebugTrace(L"SCAN_DIALOG::trimImageFile o_wstrImagePath=%s left=%f, top=%f, right=%f, bottom=%f", path, left, top,
              right, bottom);
-  return Rewrite(path, kTrimSuffix, {Turn::None, page::Frame{left, top, right, bottom}});
+  return Rewrite(path, Turn::None, page::Frame{left, top, right, bottom});
 }
 
 BOOL processImageFile(wchar_t* path, const ImageEditParams& params) {
   if (params.hasFrame != 1) {
     return rotateImageFile(params.rotationType, path);
   }
-  const Turn turn = page::TurnOfRotationType(params.rotationType);
-  const page::Frame frame{params.left, params.top, params.right, params.bottom};
-  return turn == Turn::None ? trimImageFile(path, frame.left, frame.top, frame.right, frame.bottom)
-                            : Rewrite(path, kTurnSuffix, {turn, frame});
+  return Rewrite(path, page::TurnOfRotationType(params.rotationType),
+                 page::Frame{params.left, params.top, params.right, params.bottom});
 }
 
 }  // namespace scanning
