@@ -1,6 +1,8 @@
 // What the dialog's buttons, lists and menu items do.
 #include <windows.h>
 
+#include <algorithm>
+
 #include "resources/resource_ids.h"
 #include "scan_dialog/scan_dialog.h"
 
@@ -14,27 +16,15 @@ constexpr int kFeedImageHeight = 100;  // pixels at 96 dpi
 // While a transfer runs, messages can arrive through a nested loop (a device-error box, or the caller's own). What
 // would start a second transfer, end the dialog under the first or change what the running one is finished with must
 // wait.
-bool IsRefusedDuringTransfer(int id) {
-  switch (id) {
-    case IDC_SCAN:
-    case IDC_PREVIEW:
-    case IDCANCEL:
-    case IDC_TOOL_SELECT:
-    case IDC_TOOL_ROTATE:
-    case IDM_ROTATE_UPSIDE_DOWN:
-    case IDM_ROTATE_RIGHT:
-    case IDM_ROTATE_LEFT:
-      return true;
-    default:
-      return false;
-  }
-}
+constexpr int kRefusedDuringTransfer[] = {IDC_SCAN,         IDC_PREVIEW,     IDCANCEL,
+                                          IDC_TOOL_SELECT,  IDC_TOOL_ROTATE, IDM_ROTATE_UPSIDE_DOWN,
+                                          IDM_ROTATE_RIGHT, IDM_ROTATE_LEFT};
 
 }  // namespace
 
 INT_PTR SCAN_DIALOG::OnCommand(HWND hDlg, WPARAM wParam, LPARAM /*lParam*/) {
   const int id = LOWORD(wParam);
-  if (m_bTransferring && IsRefusedDuringTransfer(id)) {
+  if (m_bTransferring && std::ranges::count(kRefusedDuringTransfer, id) != 0) {
     return FALSE;
   }
   switch (id) {
