@@ -1,5 +1,6 @@
 #include "entry/wia_ui_extension.h"
 
+#include <cwchar>
 #include <new>
 
 #include "platform/gdiplus_owners.h"
@@ -15,12 +16,6 @@ namespace {
 // Set while the process's one dialog runs. The language resources hang on a process-wide pointer, so a second dialog,
 // started from another thread or from inside the first, must not touch anything.
 volatile LONG dialogRunning = 0;
-
-// S_OK when the name fits a path buffer, 0x8007007A when it was cut.
-HRESULT CheckFileName(const wchar_t* fileName) {
-  wchar_t copy[MAX_PATH] = {};
-  return StringCchCatW(copy, MAX_PATH, fileName != nullptr ? fileName : L"");
-}
 
 }  // namespace
 
@@ -62,7 +57,8 @@ HRESULT STDMETHODCALLTYPE CWiaUIExtension::DeviceDialog(PDEVICEDIALOGDATA2 pDevi
 }
 
 HRESULT CWiaUIExtension::RunScanDialog(DEVICEDIALOGDATA2* pDeviceDialogData) {
-  const HRESULT result = CheckFileName(pDeviceDialogData->bstrFilename);
+  const wchar_t* name = pDeviceDialogData->bstrFilename;
+  const bool fits = name == nullptr || wcsnlen(name, MAX_PATH) < MAX_PATH;
   const platform::ComSession com;  // the page's codecs are COM objects
   g_pLangResource = nullptr;
   // What DoModal creates outlives the dialog, whose controls use the fonts.
@@ -78,7 +74,10 @@ HRESULT CWiaUIExtension::RunScanDialog(DEVICEDIALOGDATA2* pDeviceDialogData) {
   if (FAILED(dialog.HandlerFailure()) && !dialog.HasReported()) {
     return dialog.HandlerFailure();
   }
-  return endCode == IDCANCEL ? S_FALSE : result;
+  if (endCode == IDCANCEL) {
+    return S_FALSE;
+  }
+  return fits ? S_OK : STRSAFE_E_INSUFFICIENT_BUFFER;
 }
 
 HRESULT STDMETHODCALLTYPE CWiaUIExtension::GetDeviceIcon(BSTR /*bstrDeviceId*/, HICON* phIcon, ULONG nSize) {
