@@ -55,10 +55,7 @@ void SCAN_DIALOG::RotatePreview(HWND hDlg, int command) {
   if (hasFrame) {
     RotateSelection(command);
   }
-  m_nRotation += page::DegreesOf(TurnOf(command));
-  if (m_nRotation >= 360) {
-    m_nRotation -= 360;
-  }
+  m_nRotation = (m_nRotation + page::DegreesOf(TurnOf(command))) % 360;
   if (!hasFrame) {
     ClearAreaReadout();
     DrawPaneBorder(platform::WindowDC(hDlg).get());
