@@ -59,9 +59,7 @@ HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, 
   if (m_closed != 0 || pWiaTransferParams == nullptr || pWiaTransferParams->lMessage != WIA_TRANSFER_MSG_STATUS) {
     return S_OK;
   }
-  const HRESULT status = pWiaTransferParams->hrErrorStatus;
-  const auto error = std::find_if(std::begin(kDeviceErrors), std::end(kDeviceErrors),
-                                  [status](const DeviceError& known) { return known.status == status; });
+  const auto error = std::ranges::find(kDeviceErrors, pWiaTransferParams->hrErrorStatus, &DeviceError::status);
   if (error == std::end(kDeviceErrors)) {
     // Handled before this returns when the dialog's thread calls, otherwise when that thread next takes messages: it
     // may be waiting for this one.
