@@ -35,12 +35,6 @@ bool ContainsInteger(const PROPVARIANT& values, LONG wanted) {
 // {6BDD1FC6-810F-11D0-BEC7-08002BE2092F}: GUID_DEVINTERFACE_IMAGE
 constexpr GUID kDevinterfaceImage = {0x6BDD1FC6, 0x810F, 0x11D0, {0xBE, 0xC7, 0x08, 0x00, 0x2B, 0xE2, 0x09, 0x2F}};
 
-platform::DeviceInfoSet PresentImageDevices() {
-  const HDEVINFO devices = SetupDiGetClassDevsExW(&kDevinterfaceImage, nullptr, nullptr,
-                                                  DIGCF_PRESENT | DIGCF_DEVICEINTERFACE, nullptr, nullptr, nullptr);
-  return platform::DeviceInfoSet(devices != INVALID_HANDLE_VALUE ? devices : nullptr);
-}
-
 // The device that an interface belongs to. SetupAPI names it only together with the interface's path, whose length has
 // to be asked for first.
 bool DeviceOfInterface(HDEVINFO devices, SP_DEVICE_INTERFACE_DATA* interfaceData, SP_DEVINFO_DATA* device) {
@@ -79,10 +73,12 @@ bool ReadNameOfDevice(HDEVINFO devices, SP_DEVINFO_DATA* device, const wchar_t* 
 
 // Every present device is looked at, so that the last of several with one identifier sets the title.
 void SetTitleFromRegistry(HWND hDlg, const wchar_t* deviceId) {
-  const platform::DeviceInfoSet devices = PresentImageDevices();
-  if (devices == nullptr) {
+  const HDEVINFO opened = SetupDiGetClassDevsExW(&kDevinterfaceImage, nullptr, nullptr,
+                                                 DIGCF_PRESENT | DIGCF_DEVICEINTERFACE, nullptr, nullptr, nullptr);
+  if (opened == INVALID_HANDLE_VALUE) {
     return;
   }
+  const platform::DeviceInfoSet devices(opened);
   SP_DEVICE_INTERFACE_DATA interfaceData = {};
   interfaceData.cbSize = sizeof(interfaceData);
   for (DWORD index = 0; SetupDiEnumDeviceInterfaces(devices.get(), nullptr, &kDevinterfaceImage, index, &interfaceData);
