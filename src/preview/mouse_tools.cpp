@@ -179,9 +179,9 @@ void SCAN_DIALOG::DragSelectionFrame(HWND hDlg, LPARAM lParam) {
   {
     const platform::WindowDC dialog(hDlg);
     // No rubber band is on the screen before the first movement; its rectangle is empty then.
-    InvertFrame(dialog.get(), {m_ptAnchor.x, m_ptAnchor.y, m_ptMouse.x, m_ptMouse.y});
+    InvertFrame(dialog.get(), RubberBand());
     m_ptMouse = {std::min(pointer.x, limits.x), std::min(pointer.y, limits.y)};
-    InvertFrame(dialog.get(), {m_ptAnchor.x, m_ptAnchor.y, m_ptMouse.x, m_ptMouse.y});
+    InvertFrame(dialog.get(), RubberBand());
     m_bFrameHidden = false;
   }
   m_rcSelection.right = preview::MovingCornerMillimetres(HorizontalView(), m_ptAnchor.x, m_ptMouse.x);
@@ -214,7 +214,7 @@ void SCAN_DIALOG::OnLButtonUp(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*/) {
     UpdateAreaReadout(hDlg, AreaReadout::PositionAndSize, m_rcSelection.left, m_rcSelection.top, m_rcSelection.width(),
                       m_rcSelection.height());
   }
-  m_rcFrame = {m_ptAnchor.x, m_ptAnchor.y, m_ptMouse.x, m_ptMouse.y};
+  m_rcFrame = RubberBand();
   EraseSelectionFrame(hDlg);
   DrawSelectionFrame(hDlg);
 }

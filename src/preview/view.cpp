@@ -208,7 +208,7 @@ INT_PTR SCAN_DIALOG::OnPaint(HWND hDlg, HDC /*hdc*/, WPARAM /*wParam*/, LPARAM /
   if (m_bSelecting && !m_bFrameHidden) {
     // A drag has its own rectangle on the screen. Drawing the frame instead would move the anchor by the rounding to
     // millimetres, and the rubber band could not be erased any more.
-    InvertFrame(dialog.get(), {m_ptAnchor.x, m_ptAnchor.y, m_ptMouse.x, m_ptMouse.y});
+    InvertFrame(dialog.get(), RubberBand());
   }
   return 0;
 }

@@ -197,6 +197,8 @@ class SCAN_DIALOG : public BASE_DIALOG {
   // The last pixel at which a frame may start or end, client pixels.
   preview::Point VisibleImageLimits() const;
 
+  // What a selection drag shows, client pixels.
+  preview::Rect RubberBand() const { return {m_ptAnchor.x, m_ptAnchor.y, m_ptMouse.x, m_ptMouse.y}; }
   void StartFrame(HWND hDlg);
   // Finishes a selection drag as a button release would; nothing when none is in progress.
   void EndDrag(HWND hDlg);
