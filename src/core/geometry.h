@@ -42,7 +42,7 @@ struct Rect {
 // Two coordinates of this size can be added or subtracted without overflow.
 inline constexpr std::int32_t kCoordinateLimit = 1'000'000'000;
 
-inline constexpr double kMillimetresPerInch = 25.4;
+using page::kMillimetresPerInch;
 
 // Pane pixels per image pixel at 100 %: an inch of a page previewed at 200 dpi covers 24 pane pixels.
 inline constexpr double kScaleAt100Percent = 0.12;

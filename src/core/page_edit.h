@@ -43,6 +43,8 @@ constexpr int kLargestSide = 65500;
 // The most pixels that GDI+ holds: it counts a bitmap's bytes, up to four for each, in 32 signed bits.
 constexpr std::int64_t kLargestArea = std::numeric_limits<std::int32_t>::max() / 4;
 
+constexpr double kMillimetresPerInch = 25.4;
+
 // A frame in millimetres.
 struct Frame {
   double left = 0.0;
@@ -75,7 +77,6 @@ constexpr int TruncateToPixels(double value) {
 // and nothing is clipped to the image. No value for a frame without area, and for one that no JPEG file or bitmap can
 // hold.
 constexpr std::optional<CutRectangle> CutOfFrame(double dotsPerInchX, double dotsPerInchY, const Frame& frame) {
-  constexpr double kMillimetresPerInch = 25.4;
   const int dpiX = TruncateToPixels(dotsPerInchX);
   const int dpiY = TruncateToPixels(dotsPerInchY);
   const CutRectangle cut{TruncateToPixels(dpiX * frame.left / kMillimetresPerInch),

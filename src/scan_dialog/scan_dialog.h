@@ -51,7 +51,7 @@ class SCAN_DIALOG : public BASE_DIALOG {
   INT_PTR OnContextMenu(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
   INT_PTR OnDrawItem(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
   INT_PTR OnDestroy(HWND hDlg, WPARAM wParam, LPARAM lParam) override;
-  // The percentage of a running transfer, see scanning::kProgressMessage.
+  // The percentage of a running transfer, see CSimpleWIACallback::kProgressMessage.
   INT_PTR OnAppMessage(HWND hDlg, UINT message, WPARAM wParam, LPARAM lParam) override;
   // Takes over a preview file (at most 259 characters), rewrites it unturned and shows it at 100 %.
   void UpdatePreviewImage(const wchar_t* i_wstrPreviewFile) override;

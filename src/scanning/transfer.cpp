@@ -84,7 +84,7 @@ Delivery Download(IWiaTransfer* transfer, HWND owner, const wchar_t* path) {
 }  // namespace
 
 INT_PTR SCAN_DIALOG::OnAppMessage(HWND /*hDlg*/, UINT message, WPARAM wParam, LPARAM /*lParam*/) {
-  if (message == scanning::kProgressMessage && m_bTransferring) {
+  if (message == CSimpleWIACallback::kProgressMessage && m_bTransferring) {
     ShowProgress(std::clamp(static_cast<int>(wParam), 0, 100));
   }
   return FALSE;

@@ -63,8 +63,7 @@ HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, 
   if (error == std::end(kDeviceErrors)) {
     // Handled before this returns when the dialog's thread calls, otherwise when that thread next takes messages: it
     // may be waiting for this one.
-    SendNotifyMessageW(m_hwndOwner, scanning::kProgressMessage,
-                       static_cast<WPARAM>(pWiaTransferParams->lPercentComplete), 0);
+    SendNotifyMessageW(m_hwndOwner, kProgressMessage, static_cast<WPARAM>(pWiaTransferParams->lPercentComplete), 0);
     return S_OK;
   }
   // On another thread the box has no owner: disabling the dialog would wait for its thread, which waits in Download.

@@ -12,19 +12,15 @@
 #include "platform/wia2.h"
 #include "scanning/page_stream.h"
 
-namespace scanning {
-
-// To the dialog, while a transfer runs: wParam is the percentage as the device reports it, not yet brought into 0 to
-// 100.
-inline constexpr UINT kProgressMessage = WM_APP + 1;
-
-}  // namespace scanning
-
 // Made on the heap with one reference, which Close must precede; frees itself with the last. The platform may take and
 // drop references and call from other threads; after Close every call is refused, since a driver that keeps the
 // callback would otherwise make files, or show messages, for a dialog that is gone.
 class CSimpleWIACallback final : public IWiaTransferCallback {
  public:
+  // To the dialog, while a transfer runs: wParam is the percentage as the device reports it, not yet brought into 0 to
+  // 100.
+  static constexpr UINT kProgressMessage = WM_APP + 1;
+
   // owner: the dialog window, owner of the message boxes. filePath: where the first page goes; cut to 259 characters.
   CSimpleWIACallback(HWND owner, const wchar_t* filePath);
 
