@@ -32,7 +32,7 @@ preview::Point SCAN_DIALOG::VisibleImageLimits() const {
 }
 
 void SCAN_DIALOG::ReleasePaneCapture(HWND hDlg) {
-  if (hDlg != nullptr && GetCapture() == hDlg) {
+  if (GetCapture() == hDlg) {
     ReleaseCapture();
     m_bMouseInPane = false;  // unknown until the next mouse move, which sets the cursor
   }

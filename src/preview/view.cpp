@@ -69,7 +69,7 @@ void SCAN_DIALOG::ResetPreviewState() {
 void SCAN_DIALOG::EnablePreviewControls(bool enabled) {
   for (const int control : {IDC_PREVIEW_PANE, IDC_ZOOM_LIST, IDC_TOOL_SELECT, IDC_TOOL_ZOOM, IDC_TOOL_ROTATE,
                             IDC_TOOL_PAN, IDC_VERTICAL_SCROLL, IDC_HORIZONTAL_SCROLL}) {
-    EnableWindow(GetDlgItem(m_hDlg, control), enabled ? TRUE : FALSE);
+    EnableWindow(GetDlgItem(m_hDlg, control), enabled);
   }
 }
 
@@ -83,16 +83,14 @@ void SCAN_DIALOG::ClearPreview() {
   ClearAreaReadout();
   EnablePreviewControls(false);
   SendDlgItemMessageW(m_hDlg, IDC_ZOOM_LIST, CB_SETCURSEL, settings::kZoomDefaultIndex, 0);
-  if (m_hDlg != nullptr) {
-    // The pane control paints nothing, so the old picture would stand until something covers it. The dialog's client
-    // coordinates are mirrored in a right-to-left one, m_rcPane is not: hence the way by the screen.
-    const HWND pane = GetDlgItem(m_hDlg, IDC_PREVIEW_PANE);
-    RECT area = {};
-    GetWindowRect(pane, &area);
-    MapWindowPoints(nullptr, m_hDlg, reinterpret_cast<POINT*>(&area), 2);
-    RedrawWindow(pane, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME);
-    RedrawWindow(m_hDlg, &area, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_UPDATENOW);
-  }
+  // The pane control paints nothing, so the old picture would stand until something covers it. The dialog's client
+  // coordinates are mirrored in a right-to-left one, m_rcPane is not: hence the way by the screen.
+  const HWND pane = GetDlgItem(m_hDlg, IDC_PREVIEW_PANE);
+  RECT area = {};
+  GetWindowRect(pane, &area);
+  MapWindowPoints(nullptr, m_hDlg, reinterpret_cast<POINT*>(&area), 2);
+  RedrawWindow(pane, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME);
+  RedrawWindow(m_hDlg, &area, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_UPDATENOW);
 }
 
 void SCAN_DIALOG::ApplyScrollRule(UINT x, UINT y, PreviewDrawMode mode, double zoom) {

@@ -16,14 +16,10 @@ auto RowOf(double zoom) {
   return std::ranges::find(settings::kZoomTable, preview::PercentOfScale(zoom), &settings::ZoomStep::percent);
 }
 
-// The percentage that the zoom list's current item carries; 0 when it has none.
+// The percentage that the zoom list's current item carries; CB_ERR (-1) when there is none.
 int ListedPercent(HWND hDlg) {
   const LRESULT index = SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_GETCURSEL, 0, 0);
-  if (index == CB_ERR) {
-    return 0;
-  }
-  const LRESULT percent = SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_GETITEMDATA, static_cast<WPARAM>(index), 0);
-  return percent == CB_ERR ? 0 : static_cast<int>(percent);
+  return static_cast<int>(SendDlgItemMessageW(hDlg, IDC_ZOOM_LIST, CB_GETITEMDATA, static_cast<WPARAM>(index), 0));
 }
 
 }  // namespace

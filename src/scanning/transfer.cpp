@@ -217,12 +217,8 @@ HRESULT SCAN_DIALOG::ReportScan(IWiaItem2* item, const wchar_t* path, HRESULT re
 }
 
 void SCAN_DIALOG::GetImageEditParams(ImageEditParams* params) const {
-  *params = {};
   params->rotationType = page::RotationTypeOf(page::TurnOfDegrees(m_nRotation));
-  if (m_rcSelection == preview::Rect{}) {
-    return;
-  }
-  params->hasFrame = 1;
+  params->hasFrame = m_rcSelection == preview::Rect{} ? 0 : 1;
   params->left = m_rcSelection.left;
   params->top = m_rcSelection.top;
   params->right = m_rcSelection.right;
