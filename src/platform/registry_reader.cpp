@@ -5,15 +5,8 @@
 #include "platform/scoped.h"
 
 bool IsWow64() {
-  using IsWow64ProcessFunction = BOOL(WINAPI*)(HANDLE, PBOOL);
-  const HMODULE kernel = GetModuleHandleW(L"kernel32");
-  if (kernel == nullptr) {
-    return false;
-  }
-  // Looked up at run time: 32-bit Windows without 64-bit support lacks it. The cast by way of void* keeps compilers
-  // from comparing the two function types.
-  const auto isWow64Process =
-      reinterpret_cast<IsWow64ProcessFunction>(reinterpret_cast<void*>(GetProcAddress(kernel, "IsWow64Process")));
+  // 32-bit Windows without 64-bit support lacks it.
+  const auto isWow64Process = platform::LoadedFunction<BOOL(WINAPI*)(HANDLE, PBOOL)>(L"kernel32", "IsWow64Process");
   BOOL wow64 = FALSE;
   return isWow64Process != nullptr && isWow64Process(GetCurrentProcess(), &wow64) && wow64;
 }

@@ -129,6 +129,15 @@ class ComSession {
   const HRESULT m_result;  // RPC_E_CHANGED_MODE in a multithreaded apartment
 };
 
+// A function of a module that is loaded, or null where the system lacks it. By way of void*: compilers compare the two
+// function types otherwise.
+template <class Function>
+Function LoadedFunction(const wchar_t* module, const char* name) noexcept {
+  const HMODULE loaded = GetModuleHandleW(module);
+  return reinterpret_cast<Function>(
+      reinterpret_cast<void*>(loaded != nullptr ? GetProcAddress(loaded, name) : nullptr));
+}
+
 // The interface of an object, or null: also when a faulty implementation answers success and gives none. result: if not
 // null, why there is none (E_UNEXPECTED for such a success).
 template <class Interface>

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include "platform/scoped.h"
+
 namespace platform {
 
 // Version 6 of the common controls, by the manifest that the module carries: the host may have none. Windows made on
@@ -61,11 +63,7 @@ class SystemDensity {
 
   // The one before; null when there is no such function, or it failed.
   static Awareness Set(Awareness awareness) noexcept {
-    using Function = Awareness(WINAPI*)(Awareness);
-    const HMODULE user = GetModuleHandleW(L"user32");
-    // By way of void*: compilers compare the two function types otherwise.
-    const auto set = reinterpret_cast<Function>(
-        reinterpret_cast<void*>(user != nullptr ? GetProcAddress(user, "SetThreadDpiAwarenessContext") : nullptr));
+    const auto set = LoadedFunction<Awareness(WINAPI*)(Awareness)>(L"user32", "SetThreadDpiAwarenessContext");
     return set != nullptr ? set(awareness) : nullptr;
   }
 
