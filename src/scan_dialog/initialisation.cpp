@@ -69,8 +69,6 @@ INT_PTR SCAN_DIALOG::OnInitDialog(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*
     DropPaneMirroring(hDlg);
   }
   TakePaneRectangle();
-  m_nScrollX = 0;
-  m_nScrollY = 0;
   LoadPaneCursors();
   SetToolIcons();
   SetSpokenNames();
