@@ -96,26 +96,14 @@ void SetTitleFromRegistry(HWND hDlg, const wchar_t* deviceId) {
 
 ComPtr<IWiaItem2> SCAN_DIALOG::FirstChildItem(const GUID& category, HRESULT* result) const {
   IWiaItem2* root = m_pDeviceDialogData->pIWiaItemRoot;
-  if (root == nullptr) {
-    *result = E_INVALIDARG;
-    return nullptr;
-  }
   ComPtr<IEnumWiaItem2> children;
-  *result = root->EnumChildItems(&category, &children);
-  if (FAILED(*result)) {
-    return nullptr;
-  }
-  if (children == nullptr) {
-    *result = E_UNEXPECTED;
-    return nullptr;
-  }
   ComPtr<IWiaItem2> item;
   ULONG fetched = 0;
-  *result = children->Next(1, &item, &fetched);
-  if (FAILED(*result) || fetched != 1) {
-    return nullptr;
+  *result = root != nullptr ? root->EnumChildItems(&category, &children) : E_INVALIDARG;
+  if (SUCCEEDED(*result)) {
+    *result = children != nullptr ? children->Next(1, &item, &fetched) : E_UNEXPECTED;
   }
-  return item;
+  return SUCCEEDED(*result) && fetched == 1 ? item : nullptr;
 }
 
 ComPtr<IWiaPropertyStorage> SCAN_DIALOG::FlatbedStorage() const {
