@@ -182,7 +182,8 @@ void BASE_DIALOG::OnInputMessage(UINT message, WPARAM wParam, LPARAM lParam) {
       }
       break;
     case WM_MOUSEMOVE:
-      if (WantsMouseMove()) {
+      if (GetActiveWindow() == m_hDlg &&
+          (m_bPanTool || m_bSelectTool || m_bMouseInPane || m_bZoomTool || m_bSelecting)) {
         OnMouseMove(m_hDlg, wParam, lParam);
       }
       break;
@@ -211,10 +212,6 @@ INT_PTR BASE_DIALOG::ShowBusyPointer(HWND under) {
   SetCursor(m_hCurBusy);
   SetWindowLongPtrW(m_hDlg, DWLP_MSGRESULT, TRUE);
   return TRUE;
-}
-
-bool BASE_DIALOG::WantsMouseMove() const {
-  return GetActiveWindow() == m_hDlg && (m_bPanTool || m_bSelectTool || m_bMouseInPane || m_bZoomTool || m_bSelecting);
 }
 
 INT_PTR BASE_DIALOG::OnPaintMessage(HWND hDlg, WPARAM wParam, LPARAM lParam) {

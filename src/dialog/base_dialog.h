@@ -93,7 +93,6 @@ class BASE_DIALOG {
   HCURSOR m_hCurBusy = nullptr;  // the pointer over the dialog while it is busy, not owned; null: it is not
 
  private:
-  bool WantsMouseMove() const;
   INT_PTR ShowBusyPointer(HWND under);
   void OnInputMessage(UINT message, WPARAM wParam, LPARAM lParam);
   INT_PTR RunDialog(HWND owner);
