@@ -77,8 +77,7 @@ void SCAN_DIALOG::SetZoomDirection(HWND hDlg, int command) {
     return;
   }
   m_bZoomIn = command == IDM_ZOOM_IN ? 1 : 0;
-  const HICON picture = LoadDialogIcon(m_bZoomIn != 0 ? IDI_ZOOM_IN : IDI_ZOOM_OUT, kToolIconSize);
-  SendDlgItemMessageW(hDlg, IDC_TOOL_ZOOM, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(picture));
+  SetToolIcon(m_hwndToolZoom, m_bZoomIn != 0 ? IDI_ZOOM_IN : IDI_ZOOM_OUT);
   UpdateZoomTip();
   UpdateWindow(hDlg);
 }

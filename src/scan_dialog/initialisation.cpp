@@ -18,6 +18,7 @@ namespace {
 constexpr int kStatusIconSize = 16;
 constexpr int kCursorIconSize = 16;
 constexpr int kCursorSize = 32;
+constexpr int kToolIconSize = 20;
 constexpr int kStatusPartWidth = 150;
 
 // True when the user measures in inches. LOCALE_IMEASURE is "0" for metric and "1" for the United States system.
@@ -70,7 +71,10 @@ INT_PTR SCAN_DIALOG::OnInitDialog(HWND hDlg, WPARAM /*wParam*/, LPARAM /*lParam*
   }
   TakePaneRectangle();
   LoadPaneCursors();
-  SetToolIcons();
+  SetToolIcon(m_hwndToolSelect, IDI_TOOL_SELECT);
+  SetToolIcon(m_hwndToolZoom, IDI_ZOOM_IN);
+  SetToolIcon(m_hwndToolRotate, IDI_ROTATE_RIGHT);
+  SetToolIcon(m_hwndToolPan, IDI_PAN);
   SetSpokenNames();
   CreateToolTips();
   FillZoomList();
@@ -167,14 +171,8 @@ INT_PTR SCAN_DIALOG::OnDestroy(HWND /*hDlg*/, WPARAM /*wParam*/, LPARAM /*lParam
   return FALSE;
 }
 
-void SCAN_DIALOG::SetToolIcons() {
-  const auto setIcon = [this](HWND button, int icon) {
-    SendMessageW(button, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(LoadDialogIcon(icon, kToolIconSize)));
-  };
-  setIcon(m_hwndToolSelect, IDI_TOOL_SELECT);
-  setIcon(m_hwndToolZoom, IDI_ZOOM_IN);
-  setIcon(m_hwndToolRotate, IDI_ROTATE_RIGHT);
-  setIcon(m_hwndToolPan, IDI_PAN);
+void SCAN_DIALOG::SetToolIcon(HWND button, int icon) {
+  SendMessageW(button, BM_SETIMAGE, IMAGE_ICON, reinterpret_cast<LPARAM>(LoadDialogIcon(icon, kToolIconSize)));
 }
 
 void SCAN_DIALOG::FillZoomList() {

@@ -92,7 +92,7 @@ class SCAN_DIALOG : public BASE_DIALOG {
   void CreateStatusBar();
   void TakePaneRectangle();
   void LoadPaneCursors();
-  void SetToolIcons();
+  void SetToolIcon(HWND button, int icon);
   // What assistive technology calls the controls that show no text.
   void SetSpokenNames();
   void CreateToolTips();
@@ -132,7 +132,6 @@ class SCAN_DIALOG : public BASE_DIALOG {
   HWND m_hwndToolTips = nullptr;  // owned by the dialog's window, which destroys it
 
   static constexpr int kStandardDensity = 96;  // dots per inch
-  static constexpr int kToolIconSize = 20;     // pixels at 96 dpi
   int m_nDensity = kStandardDensity;           // the screen's, dots per inch
 
   bool m_bHasFeeder = false;  // the device reports a document feeder
