@@ -189,16 +189,10 @@ int SCAN_DIALOG::Scaled(int pixels) const { return std::max(MulDiv(pixels, m_nDe
 
 HICON SCAN_DIALOG::LoadDialogIcon(int id, int pixels) {
   const int size = Scaled(pixels);
-  for (const LoadedIcon& loaded : m_icons) {
-    if (loaded.id == id && loaded.size == size) {
-      return loaded.icon.get();
-    }
-  }
-  platform::Icon icon(
-      static_cast<HICON>(LoadImageW(g_hInstance, MAKEINTRESOURCEW(id), IMAGE_ICON, size, size, LR_DEFAULTCOLOR)));
+  platform::Icon& icon = m_icons[{id, size}];
   if (icon == nullptr) {
-    return nullptr;
+    icon.reset(
+        static_cast<HICON>(LoadImageW(g_hInstance, MAKEINTRESOURCEW(id), IMAGE_ICON, size, size, LR_DEFAULTCOLOR)));
   }
-  m_icons.push_back({id, size, std::move(icon)});
-  return m_icons.back().icon.get();
+  return icon.get();
 }

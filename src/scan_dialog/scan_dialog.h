@@ -6,7 +6,8 @@
 
 #include <commctrl.h>
 
-#include <vector>
+#include <map>
+#include <utility>
 
 #include "core/geometry.h"
 #include "core/page_edit.h"
@@ -261,13 +262,8 @@ class SCAN_DIALOG : public BASE_DIALOG {
   HCURSOR m_hCurPanning = nullptr;
   HCURSOR m_hCurArrow = nullptr;  // the system's, not owned
 
-  // Owners of the loaded pictures.
-  struct LoadedIcon {
-    int id;
-    int size;
-    platform::Icon icon;
-  };
-  std::vector<LoadedIcon> m_icons;
+  // Owners of the loaded pictures; icons by identifier and side in pixels.
+  std::map<std::pair<int, int>, platform::Icon> m_icons;
   platform::Cursor m_cursorCross;
   platform::Cursor m_cursorSizeNWSE;
 };
