@@ -17,7 +17,7 @@ using platform::ComPtr;
 
 template <class Function>
 Function Export(const char* name) {
-  return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(Library(), name)));
+  return platform::LoadedFunction<Function>(L"WiaScanDialog.dll", name);
 }
 
 HRESULT ClassObject(REFCLSID clsid, REFIID iid, void** object) {
@@ -129,48 +129,42 @@ TEST(EntryHost, WorksInEveryApartment) {
   }
 }
 
-// The look and the density that a thread has, as far as this platform knows the latter.
-struct ThreadContexts {
-  ThreadContexts() {
-    GetCurrentActCtx(&look);
-    if (look != nullptr) ReleaseActCtx(look);
-    const auto get = Function<HANDLE(WINAPI*)()>("GetThreadDpiAwarenessContext");
-    density = get != nullptr ? get() : nullptr;
-  }
-  template <class Type>
-  static Type Function(const char* name) {
-    return reinterpret_cast<Type>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"user32"), name)));
-  }
-  static bool SameDensity(HANDLE one, HANDLE other) {
-    const auto equal = Function<BOOL(WINAPI*)(HANDLE, HANDLE)>("AreDpiAwarenessContextsEqual");
-    return equal == nullptr || equal(one, other);
-  }
-  friend bool operator==(const ThreadContexts& one, const ThreadContexts& other) {
-    return one.look == other.look && SameDensity(one.density, other.density);
-  }
+HANDLE LookOfThread() {
   HANDLE look = nullptr;
-  HANDLE density = nullptr;
-};
+  GetCurrentActCtx(&look);
+  if (look != nullptr) ReleaseActCtx(look);
+  return look;
+}
+
+// Where the platform knows densities of threads.
+template <class Function>
+Function OfDensity(const char* name) {
+  return platform::LoadedFunction<Function>(L"user32", name);
+}
 
 TEST(EntryHost, TheThreadsContextsAreAsBefore) {
   const HANDLE perMonitor = reinterpret_cast<HANDLE>(INT_PTR{-3});
   const HANDLE system = reinterpret_cast<HANDLE>(INT_PTR{-2});
-  const auto set = ThreadContexts::Function<HANDLE(WINAPI*)(HANDLE)>("SetThreadDpiAwarenessContext");
-  const HANDLE initial = set != nullptr ? set(perMonitor) : nullptr;
-  const ThreadContexts before;
+  const auto set = OfDensity<HANDLE(WINAPI*)(HANDLE)>("SetThreadDpiAwarenessContext");
+  const auto get = OfDensity<HANDLE(WINAPI*)()>("GetThreadDpiAwarenessContext");
+  const auto getOfWindow = OfDensity<HANDLE(WINAPI*)(HWND)>("GetWindowDpiAwarenessContext");
+  const auto equal = OfDensity<BOOL(WINAPI*)(HANDLE, HANDLE)>("AreDpiAwarenessContextsEqual");
+  const bool knows = set != nullptr && get != nullptr && getOfWindow != nullptr && equal != nullptr;
+  const HANDLE initial = knows ? set(perMonitor) : nullptr;
+  const HANDLE look = LookOfThread();
   ScanHost host;
   host.Run([&](SimulatedUser& user) {
-    EXPECT_NE(ThreadContexts().look, before.look);
-    const auto ofWindow = ThreadContexts::Function<HANDLE(WINAPI*)(HWND)>("GetWindowDpiAwarenessContext");
-    EXPECT_TRUE(ofWindow == nullptr || ThreadContexts::SameDensity(ofWindow(user.Dialog()), system));
+    EXPECT_NE(LookOfThread(), look);
+    EXPECT_TRUE(!knows || equal(getOfWindow(user.Dialog()), system));
   });
-  EXPECT_TRUE(ThreadContexts() == before);
+  const auto asBefore = [&] { return LookOfThread() == look && (!knows || equal(get(), perMonitor)); };
+  EXPECT_TRUE(asBefore());
   {
     const WithoutResources none;  // no template, and no manifest of the library's
     host.Run([](SimulatedUser&) {});
   }
-  EXPECT_TRUE(ThreadContexts() == before) << "no dialog could be made";
-  if (set != nullptr) set(initial);
+  EXPECT_TRUE(asBefore()) << "no dialog could be made";
+  if (knows) set(initial);
 }
 
 // Lets a handler run out of memory while a dialog that has scanned closes.
