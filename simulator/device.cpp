@@ -96,6 +96,7 @@ void Device::Remove(const CountedObject& object) {
 std::vector<LiveObject> Device::LiveObjects() const {
   const std::lock_guard lock(m_mutex);
   std::vector<LiveObject> objects;
+  objects.reserve(m_objects.size());
   for (const CountedObject* object : m_objects) {
     objects.push_back({object->Kind(), object->References()});
   }
