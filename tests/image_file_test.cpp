@@ -112,8 +112,11 @@ TEST_F(ImageFile, CutsExactlyTheFrame) {
   std::string colors;
   for (int x = 0; x < 23; ++x) colors += {Picture(file).ColorAt(x, 4), Picture(file).ColorAt(x, 5)};
   EXPECT_EQ(colors, "KWKWKWKWKWWKWKWKWKWKWKWKWKWKWKWKWKWKWKWKWKKKKK");
-  ASSERT_TRUE(scanning::trimImageFile(PathBuffer(file), 500, 500, 508, 508)) << "wholly beside the page";
-  EXPECT_EQ(Picture(file).Corners(), "KKKK");
+  for (const auto& [x, y] : {std::pair(500, 500), {500, 0}, {0, 500}}) {
+    Take("grey.jpg");
+    ASSERT_TRUE(scanning::trimImageFile(PathBuffer(file), x, y, x + 8, y + 8)) << "wholly beside the page";
+    EXPECT_EQ(Picture(file).Corners(), "KKKK");
+  }
   MakeQuadrants(300, 200);
   ASSERT_TRUE(scanning::trimImageFile(PathBuffer(file), -1, -1, 3, 1));
   ExpectPicture("RGRG", 47, 15);

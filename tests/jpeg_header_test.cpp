@@ -23,7 +23,8 @@ TEST(JpegHeader, FindsTheFrameAmongOtherSegments) {
   EXPECT_EQ(pixels({frame}), 0x100 * 0x203);
   EXPECT_EQ(pixels({application, tables, fill, fill, application, frame}), 0x100 * 0x203);
   EXPECT_EQ(pixels({scan, frame}), 0) << "the image data come first";
-  EXPECT_EQ(pixels({{0x69, 0xC8, 0}, {0xFF, 0}, {0xFF, 0xD3}, frame}), 0x100 * 0x203) << "decoders skip all that";
+  EXPECT_EQ(pixels({{0x69, 0xC8, 0}, {0xFF, 0}, {0xFF, 0xD0}, {0xFF, 0xD7}, {0xFF, 0x01}, frame}), 0x100 * 0x203)
+      << "decoders skip all that";
   EXPECT_EQ(pixels({application, Content(frame.begin(), frame.end() - 1)}), 0) << "cut off";
   Content endless = start;
   for (int i = 0; i < 5000; ++i) endless.insert(endless.end(), {0xFF, 0xE1, 0, 2});

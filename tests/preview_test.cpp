@@ -255,10 +255,15 @@ TEST_F(Preview, PointerAndButtonsShowWhatAClickDoes) {
   WithPage([](SimulatedUser& user) {
     const SIZE pane = user.PaneSize();
     const auto arrow = PixelsOf(LoadCursorW(nullptr, IDC_ARROW));
-    const auto buttonShows = [&] {
-      return PixelsOf(reinterpret_cast<HICON>(user.Ask(IDC_TOOL_ZOOM, BM_GETIMAGE, IMAGE_ICON)));
+    const auto buttonShows = [&](int button) {
+      return PixelsOf(reinterpret_cast<HICON>(user.Ask(button, BM_GETIMAGE, IMAGE_ICON)));
     };
-    EXPECT_EQ(buttonShows(), PictureOf(IDI_ZOOM_IN, 20));
+    for (const auto& [button, icon] : {std::pair{IDC_TOOL_SELECT, IDI_TOOL_SELECT},
+                                       {IDC_TOOL_ZOOM, IDI_ZOOM_IN},
+                                       {IDC_TOOL_ROTATE, IDI_ROTATE_RIGHT},
+                                       {IDC_TOOL_PAN, IDI_PAN}}) {
+      EXPECT_EQ(buttonShows(button), PictureOf(icon, 20)) << button;
+    }
     const struct {
       int command, inside, pressed;
     } cases[] = {{IDC_TOOL_SELECT, IDC_CURSOR_CROSS, IDC_CURSOR_CROSS},
@@ -290,7 +295,7 @@ TEST_F(Preview, PointerAndButtonsShowWhatAClickDoes) {
       EXPECT_EQ(GetCapture(), nullptr) << "without a tool nothing else would give the capture up";
       user.Point(WM_MOUSEMOVE, 30, 30);
       EXPECT_EQ(GetCapture(), nullptr) << "no tool is current";
-      if (!isCursor && c.inside != IDI_PAN) EXPECT_EQ(buttonShows(), PictureOf(c.inside, 20));
+      if (!isCursor && c.inside != IDI_PAN) EXPECT_EQ(buttonShows(IDC_TOOL_ZOOM), PictureOf(c.inside, 20));
     }
     for (const auto& [part, id] : {std::pair{1, IDI_AREA_POSITION}, {2, IDI_AREA_SIZE}}) {
       EXPECT_EQ(PixelsOf(reinterpret_cast<HICON>(user.Ask(IDC_STATUS_BAR, SB_GETICON, static_cast<WPARAM>(part)))),

@@ -271,6 +271,13 @@ TEST_F(Transfer, CommandsDuringATransfer) {
   int meddled = 0;
   Rect frame;
   host.Run([&](SimulatedUser& user) {
+    // The pointer that is asked for over a button when another is shown.
+    const auto overButton = [&user](HCURSOR shown) {
+      SetCursor(shown);
+      const HWND button = user.Control(IDC_SCAN);
+      SendMessageW(button, WM_SETCURSOR, reinterpret_cast<WPARAM>(button), MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
+      return GetCursor();
+    };
     const auto meddle = [&](const TransferPoint&) {
       ++meddled;
       EXPECT_EQ(GetCursor(), busy);
@@ -282,12 +289,9 @@ TEST_F(Transfer, CommandsDuringATransfer) {
       user.Drag(9, 9, 30, 30);
       user.Settle();
       EXPECT_TRUE(user.IsShown());
-      SetCursor(arrow);
-      const HWND button = user.Control(IDC_SCAN);
-      SendMessageW(button, WM_SETCURSOR, reinterpret_cast<WPARAM>(button), MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
-      EXPECT_EQ(GetCursor(), busy) << "asked for over a button";
+      EXPECT_EQ(overButton(arrow), busy);
     };
-    SetCursor(arrow);
+    EXPECT_EQ(overButton(busy), arrow);
     host.scanner->SetFaults({.streamContent = page, .hook = meddle});
     user.Press(IDC_PREVIEW);
     EXPECT_EQ(GetCursor(), arrow);
