@@ -3,7 +3,7 @@
 
 export WINEPREFIX=$BUILD/wine
 export WINEDEBUG=-all
-export WINEDLLOVERRIDES=mscoree,mshtml=
+export WINEDLLOVERRIDES=mscoree,mshtml,winedbg.exe=
 # Temporary files of the programs stay below build/ too.
 export TMPDIR=$BUILD/tmp
 mkdir -p "$TMPDIR"
