@@ -134,10 +134,6 @@ class Check {
     for (const std::wstring& line : {System(), Architecture(), Language(), Screens()}) {
       Line(line);
     }
-    m_output.line(
-        L"The pointer will move by itself for some minutes, and dialogs come and go. Please leave mouse and "
-        L"keyboard alone. It begins in ten seconds; close this window to end it.");
-    Sleep(kWarning);
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);  // the programs inherit it
     for (const wchar_t* architecture : kArchitectures) {
       CheckArchitecture(architecture);
@@ -184,6 +180,12 @@ class Check {
                 L", code " + std::to_wstring(listed.code),
             listed.said);
       return;
+    }
+    if (!m_ran) {
+      m_output.line(
+          L"The pointer will move by itself for some minutes, and dialogs come and go. Please leave mouse and "
+          L"keyboard alone. It begins in ten seconds; close this window to end it.");
+      Sleep(kWarning);
     }
     for (const std::string& test : TestsIn(listed.said)) {
       const Ended ended = RunProgram(tests + L"--leave-machine --gtest_color=no --gtest_filter=" + Widened(test),
