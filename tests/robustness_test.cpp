@@ -409,7 +409,8 @@ void ActAtRandom(const SimulatedUser& user, std::mt19937& random) {
 // What must hold at rest after every event, as far as the user can see it.
 std::string Broken(const SimulatedUser& user) {
   std::string wrong;
-  if (!user.IsEnabled(IDC_PREVIEW_PANE)) return user.Status(1) + user.Status(2) == L"" ? wrong : "readout of no page; ";
+  if (!user.IsEnabled(IDC_PREVIEW_PANE))
+    return (user.Status(1) + user.Status(2)).empty() ? wrong : "readout of no page; ";
   const preview::Rect frame = user.Frame();
   if (user.Status(1).empty() != user.Status(2).empty()) wrong += "half a readout; ";
   if (frame.hasArea() && std::min(frame.width(), frame.height()) < preview::kMinimumSideMm - 1)

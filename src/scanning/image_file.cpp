@@ -212,7 +212,7 @@ BOOL Rewrite(wchar_t* path, Turn turn, const Frame& frame) {
     StringCchCopyW(path, MAX_PATH, file.path);  // from the deletion on it is the image
     return FALSE;
   }
-  return plan->isCut == frame.has_value() ? TRUE : FALSE;
+  return plan && plan->isCut == frame.has_value() ? TRUE : FALSE;
 }
 
 }  // namespace

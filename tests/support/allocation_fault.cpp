@@ -14,8 +14,9 @@ thread_local bool laterOnesFail = false;
 }  // namespace
 
 void* operator new(std::size_t size) {
-  if (countAllocations && (++allocationCount == failingAllocation ||
-                           (laterOnesFail && failingAllocation != 0 && allocationCount > failingAllocation))) {
+  allocationCount += countAllocations ? 1 : 0;
+  const bool fails = laterOnesFail ? allocationCount >= failingAllocation : allocationCount == failingAllocation;
+  if (countAllocations && failingAllocation != 0 && fails) {
     throw std::bad_alloc();
   }
   if (void* block = std::malloc(size != 0 ? size : 1)) {
