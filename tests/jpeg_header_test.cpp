@@ -23,6 +23,12 @@ TEST(JpegHeader, FindsTheFrameAmongOtherSegments) {
   EXPECT_EQ(pixels({frame}), 0x100 * 0x203);
   EXPECT_EQ(pixels({application, tables, fill, fill, application, frame}), 0x100 * 0x203);
   EXPECT_EQ(pixels({scan, frame}), 0) << "the image data come first";
+  for (const int code : {0xC0, 0xC3, 0xC4, 0xC5, 0xC8, 0xC9, 0xCC, 0xCD, 0xCF}) {
+    Content coded = frame;
+    coded[1] = static_cast<std::uint8_t>(code);
+    const bool isFrame = code != 0xC4 && code != 0xC8 && code != 0xCC;  // those: tables, reserved, conditioning
+    EXPECT_EQ(pixels({coded}), isFrame ? 0x100 * 0x203 : 0) << code;
+  }
   EXPECT_EQ(pixels({{0x69, 0xC8, 0}, {0xFF, 0}, {0xFF, 0xD0}, {0xFF, 0xD7}, {0xFF, 0x01}, frame}), 0x100 * 0x203)
       << "decoders skip all that";
   EXPECT_EQ(pixels({application, Content(frame.begin(), frame.end() - 1)}), 0) << "cut off";

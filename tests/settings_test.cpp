@@ -51,6 +51,7 @@ TEST(Settings, FullDevice) {
     std::vector<int> edges(3);
     EXPECT_EQ(user.Ask(IDC_STATUS_BAR, SB_GETPARTS, 3, reinterpret_cast<LPARAM>(edges.data())), 3);
     EXPECT_EQ(edges.back(), client.right);
+    EXPECT_TRUE(edges[0] < edges[1] && edges[1] < edges[2]);
     EXPECT_GE(edges.front(), client.right / 4) << "room for the progress";
     for (const int hidden : {1045, 1062, 109, 1006, 1019, 1011, 1074, 1012, 1024, 1073}) {
       EXPECT_FALSE(IsWindowVisible(user.Control(hidden))) << hidden;
