@@ -112,7 +112,7 @@ TEST_F(ImageFile, CutsExactlyTheFrame) {
   std::string colors;
   for (int x = 0; x < 23; ++x) colors += {Picture(file).ColorAt(x, 4), Picture(file).ColorAt(x, 5)};
   EXPECT_EQ(colors, "KWKWKWKWKWWKWKWKWKWKWKWKWKWKWKWKWKWKWKWKWKKKKK");
-  for (const auto& [x, y] : {std::pair(500, 500), {500, 0}, {0, 500}}) {
+  for (const auto& [x, y] : {std::pair(500.0, 500.0), {500, 0}, {0, 500}, {2.71, 0}, {0, 2.71}}) {
     Take("grey.jpg");
     ASSERT_TRUE(scanning::trimImageFile(PathBuffer(file), x, y, x + 8, y + 8)) << "wholly beside the page";
     EXPECT_EQ(Picture(file).Corners(), "KKKK");
