@@ -211,6 +211,7 @@ int RunSimulated(HMODULE library, const DemoOptions& options, const Output& outp
   if (!options.tour.empty()) {
     // Of each transfer in turn: the picture of the last one, the scan, stays.
     plan.hook = [&options, taken = false](const TransferPoint& point) mutable {
+      Sleep(taken ? 0 : 150);  // so slow that every percentage is shown
       if (!taken && point.percent >= 50) {
         taken = true;
         SaveWindowPicture(FindScanDialog(), FullPath(options.tour) + L"\\8-scanning.png");

@@ -213,7 +213,7 @@ TEST_F(Transfer, DeviceErrorsAreShownOnce) {
     user.Press(IDC_SCAN);
   });
   EXPECT_TRUE(host.messages.empty());
-  EXPECT_EQ(status, L"Scanning... 100 %");
+  EXPECT_EQ(status.find(L"42"), std::wstring::npos) << status;
 }
 
 TEST_F(Transfer, ProgressIsShownAtOnceAndGoesOnEveryPath) {
@@ -231,8 +231,10 @@ TEST_F(Transfer, ProgressIsShownAtOnceAndGoesOnEveryPath) {
     plan.keepCallback = true;
     plan.hook = [&](const TransferPoint& point) {
       if (point.stage == Stage::start || point.stage == Stage::streamOpened) look();
+      Sleep(150);  // the first report after a tenth of a second is shown
       if (point.stage != Stage::pageDone) return;
       for (const LONG percent : {-5L, 42L, 250L}) {
+        Sleep(150);
         WiaTransferParams report = {WIA_TRANSFER_MSG_STATUS, percent, 0, S_OK};
         EXPECT_EQ(host.scanner->KeptCallback()->TransferCallback(0, &report), S_OK);
         look();

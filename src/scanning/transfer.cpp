@@ -93,7 +93,7 @@ INT_PTR SCAN_DIALOG::OnAppMessage(HWND /*hDlg*/, UINT message, WPARAM wParam, LP
 // Without allocations, which could fail: an exception in a handler would end the dialog, and progress must not.
 void SCAN_DIALOG::ShowProgress(int percent) noexcept {
   if (percent == m_nProgress) {
-    return;  // drivers report with every band
+    return;
   }
   m_nProgress = percent;
   LocalText text(IDS_SCANNING);

@@ -61,6 +61,13 @@ HRESULT STDMETHODCALLTYPE CSimpleWIACallback::TransferCallback(LONG /*lFlags*/, 
   }
   const auto error = std::ranges::find(kDeviceErrors, pWiaTransferParams->hrErrorStatus, &DeviceError::status);
   if (error == std::end(kDeviceErrors)) {
+    // Drivers report with every band, and painting may take milliseconds: a fast feeder would wait for the status bar.
+    constexpr DWORD kInterval = 100;  // milliseconds
+    const DWORD now = GetTickCount();
+    if (now - static_cast<DWORD>(m_reported) < kInterval) {
+      return S_OK;
+    }
+    InterlockedExchange(&m_reported, static_cast<LONG>(now));
     // Handled before this returns when the dialog's thread calls, otherwise when that thread next takes messages: it
     // may be waiting for this one.
     SendNotifyMessageW(m_hwndOwner, kProgressMessage, static_cast<WPARAM>(pWiaTransferParams->lPercentComplete), 0);

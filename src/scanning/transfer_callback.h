@@ -56,8 +56,9 @@ class CSimpleWIACallback final : public IWiaTransferCallback {
 
   volatile LONG m_closed = 0;
   volatile LONG m_callsInside = 0;
-  platform::Lock m_filesLock;  // guards what follows while calls run
-  int m_nextNumber = 1;        // in the next page's name; 1: the path itself
+  volatile LONG m_reported = static_cast<LONG>(GetTickCount());  // when the dialog was last told of progress
+  platform::Lock m_filesLock;                                    // guards what follows while calls run
+  int m_nextNumber = 1;                                          // in the next page's name; 1: the path itself
   std::vector<std::wstring> m_files;
   std::vector<platform::ComPtr<CPageStream>> m_streams;
 };
