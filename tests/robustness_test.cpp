@@ -31,11 +31,12 @@ struct Effort {
   std::size_t everyDeviceFault = thorough ? 1 : 71;
   std::size_t everyPlatformCall = thorough ? 1 : 17;
   int everyAllocation = thorough ? 1 : 47;
-  int mutations = thorough ? 10000 : 60;
-  int monkeyEvents = thorough ? 20000 : 700;
-  int warmUp = thorough ? 20 : 8;
-  int cycles = thorough ? 500 : 20;
-  int loads = thorough ? 50 : 3;
+  int mutations = thorough ? 10000 : 40;
+  int monkeyEvents = thorough ? 20000 : 400;
+  int warmUp = thorough ? 20 : 6;
+  int cycles = thorough ? 500 : 12;
+  int loads = thorough ? 50 : 2;
+  int pages = thorough ? 500 : 50;  // of one transfer
 };
 
 // Blocks in use in all of the process's heaps; smaller leaks show here than in whole pages.
@@ -61,6 +62,7 @@ long long GdiObjects() {
   const BYTE* table = nullptr;
   const auto* pointer = reinterpret_cast<const BYTE*>(process.PebBaseAddress) + (sizeof(void*) == 8 ? 0xF8 : 0x94);
   std::memcpy(&table, pointer, sizeof(table));
+  if (table == nullptr) return 0;  // 32-bit programs on Wine 8 may have none
   long long used = 0;
   for (int i = 0; i < 0x10000; ++i) used += table[i * (wide ? 24 : 16) + (wide ? 0x0E : 0x0A)] != 0 ? 1 : 0;
   return used;
@@ -293,14 +295,14 @@ TEST_F(Robustness, HostileDevice) {
   }
   for (const int streams : {0, 1}) run("streams", {}, {.streamCount = streams});
   host.patience *= 20;  // a thousand files, and some machines emulate
-  run("500 streams", {}, {.streamCount = 500});
+  run("many streams", {}, {.streamCount = effort.pages});
   host.patience /= 20;
   run("another thread", {}, {.callbacksOnAnotherThread = true});
   run("null record, null names", {}, {.nullRecord = true, .nullNames = true});
   run("keeps its streams", {}, {.keepStreams = true});
   run("keeps the callback", {}, {.keepCallback = true});
   for (const bool thread : {false, true}) {
-    for (const DWORD code : {0x800403EAUL, 0x800403EDUL, 0x12345678UL, 0xFFFFFFFFUL}) {
+    for (const DWORD code : {0x800403EAUL, 0xFFFFFFFFUL}) {
       const auto status = static_cast<HRESULT>(code);
       run("status", {}, {.statuses = {{status, 30, false}}, .callbacksOnAnotherThread = thread});
       run("stop", {}, {.statuses = {{status, 30, true}}, .callbacksOnAnotherThread = thread});
@@ -470,6 +472,7 @@ TEST_F(Robustness, NothingLeaks) {
       // Wine 10 counts whole groups of small blocks: more than fits into one that is there.
       {"heap bytes", [] { SysAllocStringLen(nullptr, 500); }}};
   for (const auto& [name, leak] : leaks) {
+    if (name == std::string("GDI objects") && GdiObjects() == 0) continue;  // nothing counts them here
     const long long growth = Growth(40, leak)[name];
     EXPECT_GE(growth, 10) << name;
     Count(std::string("deliberate leaks of ") + name + ", seen", 40, growth < 10);

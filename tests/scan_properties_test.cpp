@@ -35,28 +35,4 @@ TEST(ScanProperties, PositionsOutsideTheirLists) {
   }
 }
 
-TEST(ScanProperties, ResolutionFollowsTheEntrysText) {
-  EXPECT_EQ(settings::ResolutionOfText(L"600x600 dpi"), 600);
-  EXPECT_EQ(settings::ResolutionOfText(L"600"), 0);
-}
-
-// The driver's own page sizes, by their names.
-TEST(ScanProperties, PageSizesAsTheDriverKnowsThem) {
-  const std::pair<const wchar_t*, int> sizes[] = {{L"Letter", 1},      {L"A4", 0},       {L"Folio", 0x8001},
-                                                  {L"Hakaki", 0x800A}, {L"16K", 0x800F}, {L"ISO B5", 0x8010}};
-  for (const auto& [name, code] : sizes) {
-    scanning::SettingsSnapshot settings;
-    int found = 0;
-    for (int i = 0; i < static_cast<int>(settings::kOriginalSize.entries.size()); ++i) {
-      if (std::wstring_view(settings::kOriginalSize.entries[static_cast<std::size_t>(i)].text) != name) continue;
-      settings.originalSize = i;
-      settings.sendSize = i + 1;  // behind "Auto"
-      EXPECT_EQ(Batch(settings)[3097], code);
-      EXPECT_EQ(Batch(settings)[71696], code);
-      ++found;
-    }
-    EXPECT_EQ(found, 1);
-  }
-}
-
 }  // namespace
