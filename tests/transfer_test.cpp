@@ -231,10 +231,10 @@ TEST_F(Transfer, ProgressIsShownAtOnceAndGoesOnEveryPath) {
     plan.keepCallback = true;
     plan.hook = [&](const TransferPoint& point) {
       if (point.stage == Stage::start || point.stage == Stage::streamOpened) look();
-      if (point.stage == Stage::start) Sleep(110);  // a report a tenth of a second after another one is shown
+      if (point.stage == Stage::start) Sleep(150);  // a report a tenth of a second after another one is shown
       if (point.stage != Stage::pageDone) return;
       for (const LONG percent : {-5L, 42L, 250L}) {
-        Sleep(110);
+        Sleep(150);
         WiaTransferParams report = {WIA_TRANSFER_MSG_STATUS, percent, 0, S_OK};
         EXPECT_EQ(host.scanner->KeptCallback()->TransferCallback(0, &report), S_OK);
         look();
