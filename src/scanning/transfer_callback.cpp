@@ -107,7 +107,9 @@ HRESULT CSimpleWIACallback::CreatePageFile(IStream** destination) {
     m_files.emplace_back(file.path);
   } catch (...) {
     file.stream.Reset();
-    stream.Reset();
+    if (stream != nullptr) {
+      stream->Close();  // it may be among the streams already, and an open file can't be deleted
+    }
     DeleteFileW(file.path);
     return E_FAIL;
   }
