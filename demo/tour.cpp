@@ -1,10 +1,7 @@
 #include "demo/tour.h"
 
-#include <commctrl.h>
+#include <tuple>
 
-#include <cwchar>
-
-#include "demo/dialog_finder.h"
 #include "platform/gdiplus_owners.h"
 #include "platform/scoped.h"
 #include "resources/resource_ids.h"
@@ -57,15 +54,6 @@ void PressKey(WORD key) {
   Input(input);
 }
 
-// The number before "mm" or "inch", in millimetres; the text that follows it through `rest`.
-double Millimetres(const wchar_t* text, const wchar_t** rest) {
-  wchar_t* end = nullptr;
-  const double value = std::wcstod(text, &end);
-  const bool inches = std::wcsncmp(end, L"inch", 4) == 0;
-  *rest = end + std::wcscspn(end, L"0123456789");
-  return inches ? value * 25.4 : value;
-}
-
 bool SavePng(HBITMAP bitmap, const std::wstring& path) {
   const CLSID pngEncoder = {0x557CF406, 0x1A04, 0x11D3, {0x9A, 0x73, 0x00, 0x00, 0xF8, 0x1E, 0xF3, 0x2E}};
   const GdiplusSession session;
@@ -109,7 +97,7 @@ bool Tour::Step(const wchar_t* name, const wchar_t* what, bool (Tour::*action)()
   ++m_step;
   const bool happened = (this->*action)();
   m_report(std::to_wstring(m_step) + (happened ? L". " : L". FAILED, this did not happen: ") + what);
-  if (m_dialog != nullptr && IsWindowVisible(m_dialog)) {
+  if (IsShown()) {
     // The dialog's thread paints when it has nothing else to do; the screen follows with a delay.
     RedrawWindow(m_dialog, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN);
     Sleep(300);
@@ -140,7 +128,7 @@ bool Tour::WaitForDialog() {
 
 bool Tour::TakePreview() {
   Click(IDC_PREVIEW);
-  return Wait([this] { return IsWindowEnabled(Control(IDC_PREVIEW_PANE)) != FALSE; });
+  return Wait([this] { return IsEnabled(IDC_PREVIEW_PANE); });
 }
 
 bool Tour::ZoomIn() {
@@ -160,16 +148,12 @@ bool Tour::ZoomIn() {
 }
 
 bool Tour::Fits(int scrollBar) const {
-  SCROLLINFO info = {};
-  info.cbSize = sizeof(info);
-  info.fMask = SIF_RANGE | SIF_PAGE;
-  GetScrollInfo(Control(scrollBar), SB_CTL, &info);
+  const SCROLLINFO info = Bar(scrollBar);
   return static_cast<int>(info.nPage) >= info.nMax;
 }
 
 bool Tour::PanPage() {
-  const HWND bar = Control(IDC_VERTICAL_SCROLL);
-  const int before = GetScrollPos(bar, SB_CTL);
+  const int before = Bar(IDC_VERTICAL_SCROLL).nPos;
   Click(IDC_TOOL_PAN);
   // Down the page, or back where the zoom has left its end in view.
   if (before == 0) {
@@ -177,14 +161,14 @@ bool Tour::PanPage() {
   } else {
     DragInPane(0.4, 0.4, 0.5, 0.7);
   }
-  return Wait([&] { return GetScrollPos(bar, SB_CTL) != before; });
+  return Wait([&] { return Bar(IDC_VERTICAL_SCROLL).nPos != before; });
 }
 
 bool Tour::ZoomByKeyboard() {
   constexpr int kWhole = 2;  // the position of 100%
-  const auto selected = static_cast<int>(SendMessageW(Control(IDC_ZOOM_LIST), CB_GETCURSEL, 0, 0));
+  const int selected = Selected(IDC_ZOOM_LIST);
   Click(IDC_ZOOM_LIST);
-  if (!Wait([this] { return SendMessageW(Control(IDC_ZOOM_LIST), CB_GETDROPPEDSTATE, 0, 0) != FALSE; })) {
+  if (!Wait([this] { return Ask(IDC_ZOOM_LIST, CB_GETDROPPEDSTATE) != FALSE; })) {
     return false;
   }
   for (int i = selected; i > kWhole; --i) {
@@ -195,12 +179,7 @@ bool Tour::ZoomByKeyboard() {
 }
 
 bool Tour::TurnRight() {
-  const auto extent = [this](int bar) {
-    int minimum = 0;
-    int maximum = 0;
-    GetScrollRange(Control(bar), SB_CTL, &minimum, &maximum);
-    return maximum;
-  };
+  const auto extent = [this](int bar) { return Bar(bar).nMax; };
   const int width = extent(IDC_HORIZONTAL_SCROLL);
   const int height = extent(IDC_VERTICAL_SCROLL);
   Click(IDC_TOOL_ROTATE);
@@ -210,14 +189,8 @@ bool Tour::TurnRight() {
 bool Tour::DrawFrame() {
   Click(IDC_TOOL_SELECT);
   DragInPane(0.08, 0.06, 0.8, 0.45);
-  wchar_t size[128] = {};
-  const bool shown = Wait([&] {
-    SendMessageW(Control(IDC_STATUS_BAR), SB_GETTEXTW, 2, reinterpret_cast<LPARAM>(size));
-    return size[0] != L'\0';
-  });
-  const wchar_t* rest = size;
-  m_frameWidth = Millimetres(rest, &rest);
-  m_frameHeight = Millimetres(rest, &rest);
+  const bool shown = Wait([this] { return !Status(2).empty(); });
+  std::tie(m_frameWidth, m_frameHeight) = Lengths(2);
   return shown && m_frameWidth >= 10.0 && m_frameHeight >= 10.0;
 }
 
@@ -226,17 +199,13 @@ bool Tour::StartScan() {
   return Wait([this] { return !IsWindow(m_dialog) || m_done; });
 }
 
-HWND Tour::Control(int id) const { return GetDlgItem(m_dialog, id); }
-
 void Tour::Click(int control) const {
-  RECT area = {};
-  GetWindowRect(Control(control), &area);
+  const RECT area = Area(control);
   ClickAt({(area.left + area.right) / 2, (area.top + area.bottom) / 2});
 }
 
 POINT Tour::PanePoint(double x, double y) const {
-  RECT pane = {};
-  GetWindowRect(Control(IDC_PREVIEW_PANE), &pane);
+  const RECT pane = Area(IDC_PREVIEW_PANE);
   return {pane.left + static_cast<LONG>((pane.right - pane.left) * x),
           pane.top + static_cast<LONG>((pane.bottom - pane.top) * y)};
 }
@@ -249,12 +218,6 @@ void Tour::DragInPane(double fromX, double fromY, double toX, double toY) const 
     MovePointer(PanePoint(fromX + (toX - fromX) * done, fromY + (toY - fromY) * done));
   }
   PointerButton(MOUSEEVENTF_LEFTUP);
-}
-
-int Tour::ZoomPercent() const {
-  const HWND list = Control(IDC_ZOOM_LIST);
-  const LRESULT selected = SendMessageW(list, CB_GETCURSEL, 0, 0);
-  return static_cast<int>(SendMessageW(list, CB_GETITEMDATA, static_cast<WPARAM>(selected), 0));
 }
 
 void Tour::TakePicture(const wchar_t* name) {

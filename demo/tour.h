@@ -9,6 +9,8 @@
 #include <string>
 #include <thread>
 
+#include "demo/shown_dialog.h"
+
 namespace simulator {
 
 // A picture of a window as it is on the screen. False when the file can't be written.
@@ -18,7 +20,7 @@ bool SaveWindowPicture(HWND window, const std::wstring& path);
 // step that it happened, and keeps a picture of the screen: "<folder>\1-opened.png" and so on. Start it before the
 // dialog is opened. A step that does not happen within a minute fails the tour. A tour that does not come to the
 // scan closes the dialog.
-class Tour {
+class Tour : ShownDialog {
  public:
   using Report = std::function<void(const std::wstring&)>;
   static constexpr int kSteps = 8;
@@ -53,19 +55,16 @@ class Tour {
   static bool Wait(const std::function<bool()>& condition);
   bool Step(const wchar_t* name, const wchar_t* what, bool (Tour::*action)());
   void TakePicture(const wchar_t* name);
-  HWND Control(int id) const;
   void Click(int control) const;
   // A drag inside the pane, in fractions of its size.
   void DragInPane(double fromX, double fromY, double toX, double toY) const;
   POINT PanePoint(double x, double y) const;
-  int ZoomPercent() const;
   // Whether the pane shows all of the page on a scroll bar's axis.
   bool Fits(int scrollBar) const;
 
   std::wstring m_folder;
   int m_steps;
   Report m_report;
-  HWND m_dialog = nullptr;
   int m_step = 0;
   double m_frameWidth = 0.0;
   double m_frameHeight = 0.0;

@@ -1,34 +1,22 @@
 #include "tests/support/simulated_user.h"
 
-#include <cwchar>
-#include <utility>
+#include <commctrl.h>
 
-#include "demo/dialog_finder.h"
+#include <utility>
 
 namespace harness {
 namespace {
 
 constexpr UINT kLookInterval = 10;  // milliseconds, the shortest of a timer
 constexpr int kMessageBoxText = 0xFFFF;
-constexpr int kTextCapacity = 1024;
 
-struct Windows {
-  HWND dialog = nullptr;
-  HWND messageBox = nullptr;
-};
-
-BOOL CALLBACK Sort(HWND window, LPARAM parameter) {
-  auto& windows = *reinterpret_cast<Windows*>(parameter);
+BOOL CALLBACK FindMessageBox(HWND window, LPARAM found) {
   DWORD process = 0;
-  const DWORD thread = GetWindowThreadProcessId(window, &process);
-  if (process == GetCurrentProcessId() && IsWindowVisible(window)) {
-    if (GetDlgItem(window, kMessageBoxText) != nullptr) {
-      windows.messageBox = window;
-    } else if (thread == GetCurrentThreadId() && simulator::IsScanDialog(window)) {
-      windows.dialog = window;
-    }
-  }
-  return TRUE;
+  GetWindowThreadProcessId(window, &process);
+  const bool isOne =
+      process == GetCurrentProcessId() && IsWindowVisible(window) && GetDlgItem(window, kMessageBoxText) != nullptr;
+  if (isOne) *reinterpret_cast<HWND*>(found) = window;
+  return !isOne;
 }
 
 }  // namespace
@@ -70,16 +58,15 @@ void SimulatedUser::Look() {
     ReadMenu();
     EndMenu();
   }
-  Windows windows;
-  EnumWindows(&Sort, reinterpret_cast<LPARAM>(&windows));
-  if (windows.messageBox != std::exchange(m_answered, windows.messageBox) && windows.messageBox != nullptr) {
-    wchar_t text[kTextCapacity] = {};
-    GetDlgItemTextW(windows.messageBox, kMessageBoxText, text, kTextCapacity);
-    messages.emplace_back(text);
-    PostMessageW(windows.messageBox, WM_COMMAND, IDOK, 0);
+  HWND box = nullptr;
+  EnumWindows(&FindMessageBox, reinterpret_cast<LPARAM>(&box));
+  if (box != std::exchange(m_answered, box) && box != nullptr) {
+    messages.push_back(ShownDialog(box).Text(kMessageBoxText));
+    PostMessageW(box, WM_COMMAND, IDOK, 0);
   }
-  if (m_task && windows.dialog != nullptr) {
-    m_dialog = windows.dialog;
+  const HWND dialog = m_task ? simulator::FindScanDialog(GetCurrentThreadId()) : nullptr;
+  if (dialog != nullptr) {
+    m_dialog = dialog;
     const Task once = std::exchange(m_task, nullptr);
     once(*this);
     Send(WM_CLOSE);
@@ -147,46 +134,6 @@ void SimulatedUser::DoMainJob() const {
   Press(IDC_SCAN);
 }
 
-std::wstring SimulatedUser::Text(int control) const {
-  wchar_t text[kTextCapacity] = {};
-  GetWindowTextW(control == 0 ? m_dialog : Control(control), text, kTextCapacity);
-  return text;
-}
-
-std::wstring SimulatedUser::Status(int part) const {
-  wchar_t text[kTextCapacity] = {};
-  Ask(IDC_STATUS_BAR, SB_GETTEXTW, static_cast<WPARAM>(part), reinterpret_cast<LPARAM>(text));
-  return text;
-}
-
-std::vector<std::wstring> SimulatedUser::Entries(int list) const {
-  std::vector<std::wstring> texts;
-  for (LRESULT i = 0; i < Ask(list, CB_GETCOUNT); ++i) {
-    wchar_t text[kTextCapacity] = {};
-    Ask(list, CB_GETLBTEXT, static_cast<WPARAM>(i), reinterpret_cast<LPARAM>(text));
-    texts.emplace_back(text);
-  }
-  return texts;
-}
-
-int SimulatedUser::ZoomPercent() const {
-  return static_cast<int>(Ask(IDC_ZOOM_LIST, CB_GETITEMDATA, static_cast<WPARAM>(Selected(IDC_ZOOM_LIST))));
-}
-
-SCROLLINFO SimulatedUser::Bar(int scrollBar) const {
-  SCROLLINFO info = {};
-  info.cbSize = sizeof(info);
-  info.fMask = SIF_ALL;
-  GetScrollInfo(Control(scrollBar), SB_CTL, &info);
-  return info;
-}
-
-RECT SimulatedUser::Area(int control) const {
-  RECT area = {};
-  GetWindowRect(Control(control), &area);
-  return area;
-}
-
 SIZE SimulatedUser::PaneSize() const {
   const RECT pane = Area(IDC_PREVIEW_PANE);
   return {pane.right - pane.left, pane.bottom - pane.top};
@@ -195,16 +142,10 @@ SIZE SimulatedUser::PaneSize() const {
 PaneScreen SimulatedUser::Pane() const { return PaneScreen(Area(IDC_PREVIEW_PANE)); }
 
 preview::Rect SimulatedUser::Frame() const {
-  const std::wstring texts = Status(1) + Status(2);  // "  5mm,  10mm" and "216mm x 297mm"
-  // Without scanf: Wine 8 for ARM64 takes its arguments from the wrong places.
-  int numbers[4] = {};
-  const wchar_t* rest = texts.c_str();
-  for (int& number : numbers) {
-    wchar_t* end = nullptr;
-    number = static_cast<int>(std::wcstol(rest, &end, 10));
-    rest = end + std::wcscspn(end, L"0123456789");
-  }
-  return {numbers[0], numbers[1], numbers[0] + numbers[2], numbers[1] + numbers[3]};
+  const auto [left, top] = Lengths(1);
+  const auto [width, height] = Lengths(2);
+  return {static_cast<int>(left), static_cast<int>(top), static_cast<int>(left + width),
+          static_cast<int>(top + height)};
 }
 
 }  // namespace harness

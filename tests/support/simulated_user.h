@@ -4,13 +4,12 @@
 
 #include <windows.h>
 
-#include <commctrl.h>
-
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "core/geometry.h"
+#include "demo/shown_dialog.h"
 #include "resources/resource_ids.h"
 #include "tests/support/screen_pixels.h"
 
@@ -26,7 +25,7 @@ void HandleMessages(HWND dialog);
 // Waits for the next scan dialog of the thread that made it and acts in its message loop. Meanwhile it answers the
 // process's message boxes and leaves the thread's menus, and remembers what they said. One at a time on a thread. What
 // a dialog that has ended is told is lost.
-class SimulatedUser {
+class SimulatedUser : public simulator::ShownDialog {
  public:
   using Task = std::function<void(SimulatedUser&)>;
 
@@ -36,16 +35,8 @@ class SimulatedUser {
   SimulatedUser(const SimulatedUser&) = delete;
   SimulatedUser& operator=(const SimulatedUser&) = delete;
 
-  // Null until the dialog was found.
-  HWND Dialog() const { return m_dialog; }
-  HWND Control(int id) const { return GetDlgItem(m_dialog, id); }
-  // False when the dialog has ended, also while its code still runs.
-  bool IsShown() const { return IsWindowVisible(m_dialog) != FALSE; }
   void Settle() const { HandleMessages(m_dialog); }
   void Send(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const;
-  LRESULT Ask(int control, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const {
-    return SendDlgItemMessageW(m_dialog, control, message, wParam, lParam);
-  }
 
   // A button or menu item.
   void Press(int command, int notification = BN_CLICKED) const;
@@ -59,18 +50,8 @@ class SimulatedUser {
   // Preview, frame, quarter turn and scan from the flatbed. The dialog has ended then, unless something went wrong.
   void DoMainJob() const;
 
-  // The title for 0.
-  std::wstring Text(int control) const;
-  std::wstring Status(int part) const;
-  std::vector<std::wstring> Entries(int list) const;
-  int Selected(int list) const { return static_cast<int>(Ask(list, CB_GETCURSEL)); }
-  bool IsEnabled(int control) const { return IsWindowEnabled(Control(control)) != FALSE; }
-  int ZoomPercent() const;
-  SCROLLINFO Bar(int scrollBar) const;
   int ScrollX() const { return Bar(IDC_HORIZONTAL_SCROLL).nPos; }
   int ScrollY() const { return Bar(IDC_VERTICAL_SCROLL).nPos; }
-  // On the screen.
-  RECT Area(int control) const;
   SIZE PaneSize() const;
   PaneScreen Pane() const;
   // What the status bar says of the selection frame, in millimetres; all 0: nothing.
@@ -86,7 +67,6 @@ class SimulatedUser {
 
   Task m_task;
   HWND m_timer = nullptr;
-  HWND m_dialog = nullptr;
   HWND m_answered = nullptr;
 };
 
