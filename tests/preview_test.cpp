@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <tuple>
 
 #include "tests/support/image_samples.h"
 #include "tests/support/scan_host.h"
@@ -28,11 +29,13 @@ class Preview : public testing::Test {
     });
     EXPECT_TRUE(ran);
   }
-  void WithTool(int tool, const SimulatedUser::Task& task) {
-    WithPage([&](SimulatedUser& user) {
-      user.Press(tool);
+  // The same, the tool for selection frames taken.
+  void Framing(const SimulatedUser::Task& task, Content page = Quadrants(1700, 2200, 200, 200)) {
+    const auto framing = [&task](SimulatedUser& user) {
+      user.Press(IDC_TOOL_SELECT);
       task(user);
-    });
+    };
+    WithPage(framing, std::move(page));
   }
   ScanHost host;
 };
@@ -60,10 +63,17 @@ std::vector<DWORD> PictureOf(int id, int size, UINT type = IMAGE_ICON) {
   return PixelsOf(owned.get());
 }
 
-void Repaint(const SimulatedUser& user) {
-  InvalidateRect(user.Dialog(), nullptr, TRUE);
+void Repaint(const SimulatedUser& user, const RECT* part = nullptr) {
+  InvalidateRect(user.Dialog(), part, TRUE);
   user.Settle();
 }
+
+void ScrollTo(const SimulatedUser& user, int x, int y) {
+  user.Scroll(IDC_HORIZONTAL_SCROLL, SB_THUMBTRACK, x);
+  user.Scroll(IDC_VERTICAL_SCROLL, SB_THUMBTRACK, y);
+}
+
+std::pair<int, int> Scrolled(const SimulatedUser& user) { return {user.ScrollX(), user.ScrollY()}; }
 
 TEST_F(Preview, EveryZoomStepAtSeveralOffsets) {
   WithPage([](SimulatedUser& user) {
@@ -77,8 +87,7 @@ TEST_F(Preview, EveryZoomStepAtSeveralOffsets) {
       EXPECT_EQ(user.Bar(IDC_HORIZONTAL_SCROLL).nPage, std::min(static_cast<UINT>(bar.right / zoom), 1701U));
       EXPECT_EQ(user.Bar(IDC_VERTICAL_SCROLL).nMax, 2200);
       const int offset = step % 2 == 0 ? 2199 : 333;
-      user.Scroll(IDC_HORIZONTAL_SCROLL, SB_THUMBTRACK, offset);
-      user.Scroll(IDC_VERTICAL_SCROLL, SB_THUMBTRACK, offset);
+      ScrollTo(user, offset, offset);
       if (step % 2 == 0) Repaint(user);
       ExpectPage(user, std::clamp(static_cast<int>(1700 - pane.cx / zoom), 0, offset),
                  std::clamp(static_cast<int>(2200 - pane.cy / zoom), 0, offset));
@@ -87,76 +96,72 @@ TEST_F(Preview, EveryZoomStepAtSeveralOffsets) {
 }
 
 TEST_F(Preview, FramesInAllDirectionsWithTheirMinimumSide) {
-  WithTool(IDC_TOOL_SELECT, [](SimulatedUser& user) {
-    const struct {
-      int x, y, toX, toY;
-      Rect frame;  // millimetres
-    } cases[] = {{60, 60, 110, 100, {64, 64, 116, 106}},
-                 {110, 100, 60, 60, {63, 63, 116, 106}},
-                 {100, 100, 102, 97, {106, 96, 116, 106}},
-                 {100, 100, 97, 102, {96, 106, 106, 116}},
-                 {4, 4, 2, 2, {0, 0, 10, 10}},
-                 {203, 263, 204, 264, {206, 269, 216, 279}},
-                 {204, 264, 209, 269, {206, 269, 216, 279}},   // outward from the last pixel that can be seen
-                 {150, 200, 215, 280, {159, 212, 216, 279}}};  // the band ends with the image
-    for (const auto& c : cases) {
-      const PaneScreen before = user.Pane();
-      user.Drag(c.x, c.y, c.toX, c.toY);
-      EXPECT_EQ(user.Frame(), c.frame) << c.x << "," << c.y;
-      EXPECT_TRUE(user.Pane().HasBlackBorder());
+  Framing([](SimulatedUser& user) {
+    const PaneScreen before = user.Pane();
+    const std::tuple<POINT, POINT, Rect> drags[] = {
+        {{60, 60}, {110, 100}, {64, 64, 116, 106}},
+        {{110, 100}, {60, 60}, {63, 63, 116, 106}},
+        {{100, 100}, {102, 97}, {106, 96, 116, 106}},
+        {{100, 100}, {97, 102}, {96, 106, 106, 116}},
+        {{4, 4}, {2, 2}, {0, 0, 10, 10}},
+        {{203, 263}, {204, 264}, {206, 269, 216, 279}},
+        {{204, 264}, {209, 269}, {206, 269, 216, 279}},   // outward from the last pixel that can be seen
+        {{150, 200}, {215, 280}, {159, 212, 216, 279}}};  // the band ends with the image
+    for (const auto& [from, to, millimetres] : drags) {
+      user.Drag(from.x, from.y, to.x, to.y);
+      EXPECT_EQ(user.Frame(), millimetres) << from.x << "," << from.y;
       EXPECT_FALSE(user.Pane() == before);
       user.Drag(20, 20, 20, 20);  // a click, however often the platform repeats the last movement
       EXPECT_EQ(user.Frame(), Rect{});
-      EXPECT_TRUE(user.Pane() == before) << c.x << "," << c.y;
+      EXPECT_TRUE(user.Pane() == before) << from.x << "," << from.y;
     }
     user.Drag(206, 100, 150, 150);  // from beside the image
     EXPECT_EQ(user.Frame(), Rect{});
   });
-  WithPage(
+  Framing(
       [](SimulatedUser& user) {
-        user.Press(IDC_TOOL_SELECT);
         user.Drag(51, 132, 102, 264);
         EXPECT_EQ(user.Frame(), (Rect{108, 140, 216, 279})) << "each axis by its own resolution";
       },
       Quadrants(850, 2200, 100, 200));
 }
 
-TEST_F(Preview, AFrameInvertsItsOutlineAndNothingElse) {
-  WithTool(IDC_TOOL_SELECT, [](SimulatedUser& user) {
-    user.Drag(60, 60, 110, 100);
+TEST_F(Preview, AFrameInvertsItsOutlineAndLeavesNoTrace) {
+  Framing([](SimulatedUser& user) {
     for (const int step : {kZoom100, kZoom50, kZoom400}) {  // whole, whole and smaller, partly in view
+      user.Choose(IDC_ZOOM_LIST, kZoom100);
+      user.Press(IDC_TOOL_SELECT);
+      user.Drag(60, 60, 110, 100);
       user.Choose(IDC_ZOOM_LIST, step);
-      user.Scroll(IDC_HORIZONTAL_SCROLL, SB_THUMBTRACK, step == kZoom400 ? 600 : 0);
+      ScrollTo(user, step == kZoom400 ? 600 : 0, 0);
       const PaneScreen framed = user.Pane();
       EXPECT_TRUE(framed.HasBlackBorder());
+      // A part of the pane that was covered, as a window before it leaves it.
+      RECT part = user.Area(IDC_PREVIEW_PANE);
+      MapWindowPoints(nullptr, user.Dialog(), reinterpret_cast<POINT*>(&part), 2);
+      part = {part.left - 5, part.top + 30, part.left + 90, part.top + 80};
+      Repaint(user, &part);
+      EXPECT_TRUE(user.Pane() == framed) << step;
       user.Press(IDC_TOOL_SELECT);
       EXPECT_EQ(user.Frame(), Rect{});
       const PaneScreen bare = user.Pane();
       EXPECT_TRUE(bare.HasBlackBorder());
-      std::set<int> columns, rows;
       int inverted = 0;
-      for (int y = 0; y < bare.height; ++y) {
-        for (int x = 0; x < bare.width; ++x) {
-          if (bare.At(x, y) == framed.At(x, y)) continue;
-          EXPECT_EQ(bare.At(x, y) ^ framed.At(x, y), 0xFFFFFFU);
-          columns.insert(x);
-          rows.insert(y);
-          ++inverted;
-        }
+      for (std::size_t i = 0; i < bare.pixels.size(); ++i) {
+        if (bare.pixels[i] == framed.pixels[i]) continue;
+        ASSERT_EQ(bare.pixels[i] ^ framed.pixels[i], 0xFFFFFFU);
+        ++inverted;
       }
-      ASSERT_GT(inverted, 20) << step;
-      EXPECT_LE(inverted, 2 * (*columns.rbegin() - *columns.begin() + *rows.rbegin() - *rows.begin() + 2));
+      EXPECT_GT(inverted, 20) << step;
+      EXPECT_LE(inverted, 2 * (bare.width + bare.height)) << "an outline";
       Repaint(user);
       EXPECT_TRUE(user.Pane() == bare) << "a trace was left";
-      user.Choose(IDC_ZOOM_LIST, kZoom100);
-      user.Press(IDC_TOOL_SELECT);
-      user.Drag(60, 60, 110, 100);
     }
   });
 }
 
 TEST_F(Preview, TheNineByNineCornerResizes) {
-  WithTool(IDC_TOOL_SELECT, [](SimulatedUser& user) {
+  Framing([](SimulatedUser& user) {
     const auto resizing = PictureOf(IDC_CURSOR_SIZE_NWSE, 32, IMAGE_CURSOR);
     const auto crossing = PictureOf(IDC_CURSOR_CROSS, 32, IMAGE_CURSOR);
     const PaneScreen clean = user.Pane();
@@ -181,8 +186,7 @@ TEST_F(Preview, TheNineByNineCornerResizes) {
     user.Drag(24, 24, 60, 60);
     const Rect frame = user.Frame();
     user.Choose(IDC_ZOOM_LIST, kZoom400);
-    user.Scroll(IDC_VERTICAL_SCROLL, SB_THUMBTRACK, 700);
-    user.Scroll(IDC_HORIZONTAL_SCROLL, SB_THUMBTRACK, 700);
+    ScrollTo(user, 700, 700);
     Repaint(user);
     user.Press(IDC_TOOL_PAN);
     user.Click(1, 1);  // where the pane's corner stands for that of a frame out of view
@@ -191,18 +195,13 @@ TEST_F(Preview, TheNineByNineCornerResizes) {
 }
 
 TEST_F(Preview, ADragThatLostItsReleaseIsFinished) {
-  using End = std::function<void(SimulatedUser&)>;
-  std::vector<End> ends = {[](SimulatedUser& user) {
-                             user.Point(WM_MOUSEMOVE, 80, 60);
-                             user.Point(WM_LBUTTONDOWN, 30, 30);
-                           },
-                           [](SimulatedUser& user) { user.Press(IDC_TOOL_ZOOM); },
-                           [](SimulatedUser& user) { user.Press(IDM_ROTATE_UPSIDE_DOWN); }};
-  for (const int request : {SB_PAGEDOWN, SB_ENDSCROLL}) {
-    ends.push_back([request](SimulatedUser& user) { user.Scroll(IDC_VERTICAL_SCROLL, request, 50); });
-  }
-  WithTool(IDC_TOOL_SELECT, [&](SimulatedUser& user) {
-    for (const End& end : ends) {
+  const SimulatedUser::Task ends[] = {[](SimulatedUser& user) { user.Point(WM_LBUTTONDOWN, 30, 30); },
+                                      [](SimulatedUser& user) { user.Press(IDC_TOOL_ZOOM); },
+                                      [](SimulatedUser& user) { user.Press(IDM_ROTATE_UPSIDE_DOWN); },
+                                      [](SimulatedUser& user) { user.Scroll(IDC_VERTICAL_SCROLL, SB_PAGEDOWN); },
+                                      [](SimulatedUser& user) { user.Scroll(IDC_VERTICAL_SCROLL, SB_ENDSCROLL); }};
+  Framing([&](SimulatedUser& user) {
+    for (const auto& end : ends) {
       user.Choose(IDC_ZOOM_LIST, kZoom400);
       user.Press(IDC_TOOL_SELECT);
       user.Point(WM_MOUSEMOVE, 110, 100);
@@ -231,19 +230,16 @@ TEST_F(Preview, EveryScrollRequest) {
     user.Choose(IDC_ZOOM_LIST, kZoom400);
     const int page = static_cast<int>(user.Bar(IDC_HORIZONTAL_SCROLL).nPage);
     const int last = static_cast<int>(1700 - user.PaneSize().cx / (400 * kScaleOfOnePercent));
-    const struct {
-      int request, thumb, offset;
-    } cases[] = {{SB_LINELEFT, 0, 690},         {SB_LINERIGHT, 0, 710},     {SB_PAGELEFT, 0, 700 - page},
-                 {SB_PAGERIGHT, 0, 700 + page}, {SB_THUMBTRACK, 42, 42},    {SB_LEFT, 0, 0},
-                 {SB_RIGHT, 0, last},           {SB_THUMBPOSITION, 9, 700}, {SB_ENDSCROLL, 0, 700},
-                 {SB_THUMBTRACK, 0, 0},         {SB_THUMBTRACK, 1699, last}};
-    user.Scroll(IDC_VERTICAL_SCROLL, SB_THUMBTRACK, 600);
-    for (const auto& c : cases) {
-      user.Scroll(IDC_HORIZONTAL_SCROLL, SB_THUMBTRACK, 700);
-      user.Scroll(IDC_HORIZONTAL_SCROLL, c.request, c.thumb);
-      EXPECT_NEAR(user.ScrollX(), c.offset, c.offset == last ? 2 : 0) << c.request;  // the bar is longer than the pane
-      EXPECT_EQ(user.ScrollY(), 600) << c.request;
-      ExpectPage(user, c.offset, 600);
+    const std::tuple<int, int, int> requests[] = {
+        {SB_LINELEFT, 0, 690}, {SB_LINERIGHT, 0, 710},     {SB_PAGELEFT, 0, 700 - page}, {SB_PAGERIGHT, 0, 700 + page},
+        {SB_LEFT, 0, 0},       {SB_THUMBTRACK, 42, 42},    {SB_THUMBTRACK, 0, 0},        {SB_THUMBTRACK, 1699, last},
+        {SB_RIGHT, 0, last},   {SB_THUMBPOSITION, 9, 700}, {SB_ENDSCROLL, 0, 700}};
+    for (const auto& [request, thumb, offset] : requests) {
+      ScrollTo(user, 700, 600);
+      user.Scroll(IDC_HORIZONTAL_SCROLL, request, thumb);
+      EXPECT_NEAR(user.ScrollX(), offset, offset == last ? 2 : 0) << request;  // the bar is longer than the pane
+      EXPECT_EQ(user.ScrollY(), 600) << request;
+      ExpectPage(user, offset, 600);
     }
     const int before = user.ScrollX();
     user.Send(WM_HSCROLL, SB_LEFT, reinterpret_cast<LPARAM>(user.Control(IDC_BRIGHTNESS)));
@@ -264,25 +260,23 @@ TEST_F(Preview, PointerAndButtonsShowWhatAClickDoes) {
                                        {IDC_TOOL_PAN, IDI_PAN}}) {
       EXPECT_EQ(buttonShows(button), PictureOf(icon, 20)) << button;
     }
-    const struct {
-      int command, inside, pressed;
-    } cases[] = {{IDC_TOOL_SELECT, IDC_CURSOR_CROSS, IDC_CURSOR_CROSS},
-                 {IDM_ZOOM_OUT, IDI_ZOOM_OUT, IDI_ZOOM_OUT},
-                 {IDM_ZOOM_IN, IDI_ZOOM_IN, IDI_ZOOM_IN},
-                 {IDC_TOOL_PAN, IDI_PAN, IDI_PANNING}};
-    for (const auto& c : cases) {
-      const bool isCursor = c.inside == IDC_CURSOR_CROSS;
-      const auto picture = [&](int id) {
-        return PictureOf(id, isCursor ? 32 : 16, isCursor ? IMAGE_CURSOR : IMAGE_ICON);
-      };
-      user.Press(c.command);
+    const auto cross = PictureOf(IDC_CURSOR_CROSS, 32, IMAGE_CURSOR);
+    const auto hand = PictureOf(IDI_PAN, 16);
+    for (const auto& [tool, inside, pressed] :
+         {std::tuple{IDC_TOOL_SELECT, cross, cross},
+          {IDM_ZOOM_OUT, PictureOf(IDI_ZOOM_OUT, 16), PictureOf(IDI_ZOOM_OUT, 16)},
+          {IDM_ZOOM_IN, PictureOf(IDI_ZOOM_IN, 16), PictureOf(IDI_ZOOM_IN, 16)},
+          {IDC_TOOL_PAN, hand, PictureOf(IDI_PANNING, 16)}}) {
+      user.Press(tool);
+      if (tool == IDM_ZOOM_OUT) EXPECT_EQ(buttonShows(IDC_TOOL_ZOOM), PictureOf(IDI_ZOOM_OUT, 20));
+      if (tool == IDM_ZOOM_IN) EXPECT_EQ(buttonShows(IDC_TOOL_ZOOM), PictureOf(IDI_ZOOM_IN, 20));
       user.Point(WM_MOUSEMOVE, 30, 30);
-      EXPECT_EQ(PixelsOf(GetCursor()), picture(c.inside)) << c.command;
+      EXPECT_EQ(PixelsOf(GetCursor()), inside) << tool;
       EXPECT_EQ(GetCapture(), user.Dialog());
       user.Point(WM_LBUTTONDOWN, 30, 30);
-      EXPECT_EQ(PixelsOf(GetCursor()), picture(c.pressed)) << c.command;
+      EXPECT_EQ(PixelsOf(GetCursor()), pressed) << tool;
       user.Point(WM_LBUTTONUP, 30, 30);
-      EXPECT_EQ(PixelsOf(GetCursor()), picture(c.inside)) << c.command;
+      EXPECT_EQ(PixelsOf(GetCursor()), inside) << tool;
       user.Point(WM_MOUSEMOVE, 30, pane.cy + 1);
       EXPECT_EQ(PixelsOf(GetCursor()), arrow);
       EXPECT_EQ(GetCapture(), nullptr);
@@ -295,7 +289,6 @@ TEST_F(Preview, PointerAndButtonsShowWhatAClickDoes) {
       EXPECT_EQ(GetCapture(), nullptr) << "without a tool nothing else would give the capture up";
       user.Point(WM_MOUSEMOVE, 30, 30);
       EXPECT_EQ(GetCapture(), nullptr) << "no tool is current";
-      if (!isCursor && c.inside != IDI_PAN) EXPECT_EQ(buttonShows(IDC_TOOL_ZOOM), PictureOf(c.inside, 20));
     }
     for (const auto& [part, id] : {std::pair{1, IDI_AREA_POSITION}, {2, IDI_AREA_SIZE}}) {
       EXPECT_EQ(PixelsOf(reinterpret_cast<HICON>(user.Ask(IDC_STATUS_BAR, SB_GETICON, static_cast<WPARAM>(part)))),
@@ -305,38 +298,35 @@ TEST_F(Preview, PointerAndButtonsShowWhatAClickDoes) {
 }
 
 TEST_F(Preview, ZoomClicksCentreAndPanFollows) {
-  WithTool(IDC_TOOL_SELECT, [](SimulatedUser& user) {
+  Framing([](SimulatedUser& user) {
     user.Drag(20, 20, 60, 60);
     const Rect frame = user.Frame();
-    const struct {
-      int direction, step, percent;
-    } cases[] = {{IDM_ZOOM_IN, 2, 150}, {IDM_ZOOM_IN, 6, 400}, {IDM_ZOOM_OUT, 6, 300}, {IDM_ZOOM_OUT, 0, 50}};
-    for (const auto& c : cases) {
-      user.Choose(IDC_ZOOM_LIST, c.step);
-      user.Scroll(IDC_VERTICAL_SCROLL, SB_TOP);
-      user.Scroll(IDC_HORIZONTAL_SCROLL, SB_LEFT);
-      const int before = user.ZoomPercent();
-      user.Press(c.direction);
+    for (const auto& [direction, step, zoomed] : {std::tuple{IDM_ZOOM_IN, kZoom100, 150},
+                                                  {IDM_ZOOM_IN, kZoom400, 400},
+                                                  {IDM_ZOOM_OUT, kZoom400, 300},
+                                                  {IDM_ZOOM_OUT, kZoom50, 50}}) {
+      user.Choose(IDC_ZOOM_LIST, step);
+      ScrollTo(user, 0, 0);
+      const double before = user.ZoomPercent() * kScaleOfOnePercent;
+      user.Press(direction);
       user.Click(90, 120);
-      EXPECT_EQ(user.ZoomPercent(), c.percent);
-      const auto offset = [&](int clicked, int pane, int image) {
-        const double half = pane / (2 * c.percent * kScaleOfOnePercent);
-        const int centred = static_cast<int>(static_cast<int>(clicked / (before * kScaleOfOnePercent)) - half);
+      EXPECT_EQ(user.ZoomPercent(), zoomed);
+      const auto offset = [&, percent = zoomed](int clicked, int pane, int image) {
+        const double half = pane / (2 * percent * kScaleOfOnePercent);
+        const int centred = static_cast<int>(static_cast<int>(clicked / before) - half);
         return std::clamp(centred, 0, std::max(0, static_cast<int>(image - 2 * half)));
       };
-      const int x = offset(90, user.PaneSize().cx, 1700);
-      const int y = offset(120, user.PaneSize().cy, 2200);
-      EXPECT_EQ(std::pair(user.ScrollX(), user.ScrollY()), std::pair(x, y)) << c.percent;
+      const SIZE pane = user.PaneSize();
+      EXPECT_EQ(Scrolled(user), std::pair(offset(90, pane.cx, 1700), offset(120, pane.cy, 2200))) << zoomed;
       user.Press(IDC_TOOL_PAN);
-      user.Press(c.direction);
+      user.Press(direction);
       EXPECT_EQ(user.Frame(), frame);
     }
     user.Choose(IDC_ZOOM_LIST, kZoom400);
     user.Press(IDC_TOOL_PAN);
-    user.Scroll(IDC_VERTICAL_SCROLL, SB_THUMBTRACK, 500);
-    user.Scroll(IDC_HORIZONTAL_SCROLL, SB_THUMBTRACK, 500);
+    ScrollTo(user, 500, 500);
     user.Drag(100, 100, 76, 148);
-    EXPECT_EQ(std::pair(user.ScrollX(), user.ScrollY()), std::pair(550, 400));
+    EXPECT_EQ(Scrolled(user), std::pair(550, 400));
     ExpectPage(user, 550, 400);
     user.Point(WM_MOUSEMOVE, 150, 150);
     EXPECT_EQ(user.ScrollX(), 550) << "the button is up";
@@ -344,26 +334,24 @@ TEST_F(Preview, ZoomClicksCentreAndPanFollows) {
 }
 
 TEST_F(Preview, TurningTakesPictureFrameAndViewAlong) {
-  const struct {
-    int command;
-    int scroll;  // the frame in view, or scrolled out of it
-    Rect frame;
-    const char* corners;
-  } cases[] = {{IDM_ROTATE_RIGHT, 0, {205, 11, 258, 116}, "BRYG"},
-               {IDC_TOOL_ROTATE, 700, {205, 11, 258, 116}, "BRYG"},
-               {IDM_ROTATE_LEFT, 700, {21, 99, 74, 204}, "GYRB"},
-               {IDM_ROTATE_UPSIDE_DOWN, 0, {99, 205, 204, 258}, "YBGR"}};
-  for (const auto& c : cases) {
-    WithTool(IDC_TOOL_SELECT, [&](SimulatedUser& user) {
+  // The frame is in view, or scrolled out of it.
+  const std::tuple<int, int, Rect, const char*> turns[] = {{IDM_ROTATE_RIGHT, 0, {205, 11, 258, 116}, "BRYG"},
+                                                           {IDC_TOOL_ROTATE, 700, {205, 11, 258, 116}, "BRYG"},
+                                                           {IDM_ROTATE_LEFT, 700, {21, 99, 74, 204}, "GYRB"},
+                                                           {IDM_ROTATE_UPSIDE_DOWN, 0, {99, 205, 204, 258}, "YBGR"}};
+  Framing([&turns](SimulatedUser& user) {
+    for (const auto& [command, scroll, frame, expected] : turns) {
+      user.Press(IDC_PREVIEW);
+      user.Press(IDC_TOOL_SELECT);
       user.Drag(10, 20, 110, 70);
       EXPECT_EQ(user.Frame(), (Rect{11, 21, 116, 74}));
       user.Choose(IDC_ZOOM_LIST, kZoom400);
-      user.Scroll(IDC_VERTICAL_SCROLL, SB_THUMBTRACK, c.scroll);
-      user.Press(c.command);
-      EXPECT_EQ(user.Frame(), c.frame) << c.command;
+      ScrollTo(user, 0, scroll);
+      user.Press(command);
+      EXPECT_EQ(user.Frame(), frame) << command;
       EXPECT_EQ(user.Selected(IDC_ZOOM_LIST), kZoom100);
-      EXPECT_EQ(std::pair(user.ScrollX(), user.ScrollY()), std::pair(0, 0));
-      const bool quarter = c.command != IDM_ROTATE_UPSIDE_DOWN;
+      EXPECT_EQ(Scrolled(user), std::pair(0, 0));
+      const bool quarter = command != IDM_ROTATE_UPSIDE_DOWN;
       EXPECT_EQ(user.Bar(IDC_VERTICAL_SCROLL).nMax, quarter ? 1700 : 2200);
       user.Press(IDC_TOOL_SELECT);
       const PaneScreen screen = user.Pane();
@@ -371,35 +359,10 @@ TEST_F(Preview, TurningTakesPictureFrameAndViewAlong) {
       const int bottom = quarter ? 200 : 260;
       const std::string corners = {screen.Letter(4, 4), screen.Letter(right, 4), screen.Letter(4, bottom),
                                    screen.Letter(right, bottom)};
-      EXPECT_EQ(corners, c.corners) << c.command;
-      user.Press(c.command);
-      EXPECT_EQ(user.Frame(), Rect{});
-    });
-  }
-}
-
-TEST_F(Preview, WhateverCoversThePaneLeavesNoTrace) {
-  WithTool(IDC_TOOL_SELECT, [](SimulatedUser& user) {
-    const auto cover = [&] {
-      const RECT pane = user.Area(IDC_PREVIEW_PANE);
-      const HWND window = CreateWindowExW(WS_EX_TOPMOST | WS_EX_NOACTIVATE, L"STATIC", L"", WS_POPUP | WS_VISIBLE,
-                                          pane.left + 20, pane.top - 40, 80, 300, nullptr, nullptr, nullptr, nullptr);
-      user.Settle();
-      DestroyWindow(window);
-      RECT part = {pane.left - 5, pane.top + 30, pane.left + 90, pane.top + 90};
-      MapWindowPoints(nullptr, user.Dialog(), reinterpret_cast<POINT*>(&part), 2);
-      InvalidateRect(user.Dialog(), &part, TRUE);
-      user.Settle();
-    };
-    const PaneScreen empty = user.Pane();
-    cover();
-    EXPECT_TRUE(user.Pane() == empty);
-    user.Drag(10, 10, 60, 60);
-    const PaneScreen framed = user.Pane();
-    cover();
-    EXPECT_TRUE(user.Pane() == framed);
-    user.Press(IDC_TOOL_SELECT);
-    EXPECT_TRUE(user.Pane() == empty);
+      EXPECT_EQ(corners, expected) << command;
+      user.Press(command);
+      EXPECT_EQ(user.Frame(), Rect{}) << "there was none any more";
+    }
   });
 }
 
@@ -415,7 +378,7 @@ TEST_F(Preview, WithoutAPreviewNothingIsDrawnAndNothingCanBeDone) {
   });
   // A preview that fails takes the one before with it.
   const std::size_t others = TemporaryPreviews().size();
-  WithTool(IDC_TOOL_SELECT, [&](SimulatedUser& user) {
+  Framing([&](SimulatedUser& user) {
     for (const int control : kControls) EXPECT_TRUE(user.IsEnabled(control)) << control;
     EXPECT_EQ(TemporaryPreviews().size(), others + 1);
     user.Drag(10, 10, 60, 60);
