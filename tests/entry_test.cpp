@@ -6,7 +6,6 @@
 #include "entry/wia_ui_extension.h"
 #include "platform/module_state.h"
 #include "resources/lang_resource.h"
-#include "tests/support/allocation_fault.h"
 #include "tests/support/image_samples.h"
 #include "tests/support/scan_host.h"
 
@@ -67,7 +66,7 @@ TEST(Entry, FactoryMakesCountedObjects) {
   EXPECT_EQ(object, nullptr);
   EXPECT_EQ(g_cLocks, 0) << "an object that lacks the interface is freed again";
   {
-    const AllocationFault fault(1);
+    const PlatformFaults fault(PlatformCalls::allocations, {.call = 1});
     EXPECT_EQ(g_classFactory.CreateInstance(nullptr, IID_IUnknown, &object), E_OUTOFMEMORY);
   }
   ComPtr<IWiaUIExtension2> extension;
@@ -175,7 +174,7 @@ struct FailureWhileClosing {
     const auto& message = *reinterpret_cast<const CWPSTRUCT*>(lParam);
     if (message.message == WM_LBUTTONDOWN) pressed = message.lParam;
     if (message.message == WM_DESTROY && GetDlgItem(message.hwnd, IDC_PREVIEW_PANE) != nullptr) {
-      const AllocationFault fault(1, true);
+      const PlatformFaults fault(PlatformCalls::allocations, {.call = 1, .fromThenOn = true});
       BASE_DIALOG::StaticDialogProc(message.hwnd, WM_LBUTTONDOWN, 0, pressed);
       failed = fault.Count() > 0;
     }

@@ -1,41 +1,15 @@
-// The replaced operators, in a file of their own: compilers check that inlined pairs of new and delete match.
-#include "tests/support/allocation_fault.h"
-
+// The program's operator new, which runs out of memory when a test wants it to. A file of its own: compilers check that
+// inlined pairs of new and delete match, and only the tests are linked with it.
 #include <cstdlib>
 #include <new>
 
-namespace {
-
-thread_local bool countAllocations = false;
-thread_local int allocationCount = 0;
-thread_local int failingAllocation = 0;
-thread_local bool laterOnesFail = false;
-
-}  // namespace
+#include "tests/support/platform_faults.h"
 
 void* operator new(std::size_t size) {
-  allocationCount += countAllocations ? 1 : 0;
-  const bool fails = laterOnesFail ? allocationCount >= failingAllocation : allocationCount == failingAllocation;
-  if (countAllocations && failingAllocation != 0 && fails) {
-    throw std::bad_alloc();
-  }
-  if (void* block = std::malloc(size != 0 ? size : 1)) {
-    return block;
-  }
-  throw std::bad_alloc();
+  using namespace harness;
+  void* const block = PlatformFaults::Strikes(PlatformCalls::allocations) ? nullptr : std::malloc(size != 0 ? size : 1);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
 }
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-
-namespace harness {
-
-AllocationFault::AllocationFault(int failing, bool fromThenOn) {
-  countAllocations = true;
-  allocationCount = 0;
-  failingAllocation = failing;
-  laterOnesFail = fromThenOn;
-}
-AllocationFault::~AllocationFault() { countAllocations = false; }
-int AllocationFault::Count() const { return allocationCount; }
-
-}  // namespace harness

@@ -27,7 +27,8 @@ class UserLocale {
   void* m_localeInfoW;
 };
 
-enum class PlatformCalls { files, memory, graphics };
+// allocations: by operator new.
+enum class PlatformCalls { files, memory, graphics, allocations };
 
 struct PlatformFault {
   std::size_t call = 0;  // from 1; 0: none, the calls are only counted
@@ -50,7 +51,7 @@ class PlatformFaults {
   std::size_t RefusedDeletions() const { return m_refusedDeletions; }
 
   // For the redirected functions: counts a call, and tells whether it is to fail. The last error is set then.
-  static bool Strikes(PlatformCalls calls, bool deletes) noexcept;
+  static bool Strikes(PlatformCalls calls, bool deletes = false) noexcept;
 
  private:
   const PlatformCalls m_calls;

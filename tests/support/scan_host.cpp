@@ -15,39 +15,22 @@ constexpr wchar_t kTakenName[] = L"Image.JPG";
 constexpr char kSomebodyElses[] = "somebody else's";
 
 // What has come since; it is deleted, so that the next run starts clean.
-std::string WhatIsTemporary(const Names& before, std::size_t mayStay) {
-  std::string wrong;
+void ExpectNothingTemporary(const Names& before, std::size_t mayStay) {
   const Names left = TemporaryPreviews();
-  if (left.size() > before.size() + mayStay) {
-    wrong += "temporary file; ";
-  }
+  EXPECT_LE(left.size(), before.size() + mayStay) << "a temporary file stays";
   for (const std::wstring& name : left) {
-    std::error_code held;
-    if (before.count(name) == 0) {
-      std::filesystem::remove(std::filesystem::temp_directory_path() / name, held);
-    }
-    if (held) {
-      wrong += "held open; ";
-    }
+    if (before.count(name) != 0) continue;
+    EXPECT_TRUE(DeleteFileW((std::filesystem::temp_directory_path() / name).c_str())) << "held open";
   }
-  return wrong;
 }
 
 // A driver that goes on after the end with what it kept.
-std::string CallsTaken(const simulator::SimulatedScanner& scanner) {
-  constexpr char kBytes[] = "late";
-  std::string wrong;
-  for (const auto& stream : scanner.KeptStreams()) {
-    if (SUCCEEDED(stream->Write(kBytes, sizeof(kBytes), nullptr))) {
-      wrong = "bytes taken after the end; ";
-    }
-  }
-  const auto callback = scanner.KeptCallback();
+void ExpectNoCallsTaken(simulator::SimulatedScanner& scanner) {
+  for (const auto& stream : scanner.KeptStreams()) EXPECT_TRUE(FAILED(stream->Write("late", 4, nullptr)));
   platform::ComPtr<IStream> page;
-  if (callback != nullptr && SUCCEEDED(callback->GetNextStream(0, nullptr, nullptr, &page))) {
-    wrong += "a page taken after the end; ";
-  }
-  return wrong;
+  const auto callback = scanner.KeptCallback();
+  if (callback != nullptr) EXPECT_TRUE(FAILED(callback->GetNextStream(0, nullptr, nullptr, &page)));
+  scanner.ReleaseKept();
 }
 
 DWORD WINAPI CallBody(void* body) {
@@ -71,23 +54,18 @@ HMODULE Library() {
 ScanHost::ScanHost(const simulator::ScannerConfiguration& device)
     : scanner(std::make_unique<simulator::SimulatedScanner>(device)), folderName(folder.path.wstring()) {}
 
-HRESULT ScanHost::Run(const SimulatedUser::Task& task) {
-  EXPECT_EQ(CheckLinked(task), "");
-  return result;
-}
-
-std::string ScanHost::CheckLinked(const SimulatedUser::Task& task, const During& during) {
+HRESULT ScanHost::Run(const SimulatedUser::Task& task, const During& during) {
   platform::ComPtr<IWiaUIExtension2> extension;
   EXPECT_EQ(g_classFactory.CreateInstance(nullptr, IID_IWiaUIExtension2, &extension), S_OK);
   const UserLocale locale(language, inches);
-  std::string wrong = Check([&](DEVICEDIALOGDATA2* data) { return extension->DeviceDialog(data); }, task, during);
+  RunLoaded([&](DEVICEDIALOGDATA2* data) { return extension->DeviceDialog(data); }, task, during);
   extension.Reset();
-  if (g_pLangResource != nullptr) wrong += "language resources; ";
-  if (g_cLocks != 0) wrong += "locks; ";
-  return wrong;
+  EXPECT_EQ(g_pLangResource, nullptr);
+  EXPECT_EQ(g_cLocks, 0);
+  return result;
 }
 
-std::string ScanHost::Check(const Dialog& dialog, const SimulatedUser::Task& task, const During& during) {
+HRESULT ScanHost::RunLoaded(const Dialog& dialog, const SimulatedUser::Task& task, const During& during) {
   FreeOutputs();
   for (const std::wstring& name : folder.Names()) DeleteFileW(folder.File(name).c_str());
   std::ofstream(folder.path / kTakenName, std::ios::binary) << kSomebodyElses;
@@ -104,18 +82,15 @@ std::string ScanHost::Check(const Dialog& dialog, const SimulatedUser::Task& tas
     result = during ? during(call) : call();
     messages = user.messages;
   }
-  std::string wrong = GetTickCount64() - start > patience ? kHang : "";
-  wrong += CallsTaken(*scanner);
-  scanner->ReleaseKept();
-
-  const bool reported = request.lNumFiles == 1;
-  if (reported != (request.pbstrFilePaths != nullptr) || reported != (request.pWiaItem != nullptr) ||
-      (reported && FAILED(result))) {
-    return wrong + "outputs; ";
-  }
-  if (scanner->LiveObjects().size() != (reported ? 2U : 1U)) wrong += "references; ";
-  wrong += WhatIsTemporary(before, filesThatMayStay);
-  return wrong + WhatLies();
+  EXPECT_LE(GetTickCount64() - start, patience) << "it hung";
+  ExpectNoCallsTaken(*scanner);
+  EXPECT_EQ(request.lNumFiles, IsReported() ? 1 : 0);
+  EXPECT_EQ(request.pWiaItem != nullptr, IsReported());
+  EXPECT_FALSE(IsReported() && FAILED(result));
+  EXPECT_EQ(scanner->LiveObjects().size(), IsReported() ? 2U : 1U) << "references to items";
+  ExpectNothingTemporary(before, filesThatMayStay);
+  ExpectWholeFiles();
+  return result;
 }
 
 std::set<std::wstring> ScanHost::Pages() const {
@@ -124,27 +99,23 @@ std::set<std::wstring> ScanHost::Pages() const {
   return names;
 }
 
-std::string ScanHost::WhatLies() const {
-  std::string wrong;
-  if (Bytes(folder.path / kTakenName) != kSomebodyElses) wrong += "somebody else's file; ";
+void ScanHost::ExpectWholeFiles() const {
+  EXPECT_EQ(Bytes(folder.path / kTakenName), kSomebodyElses);
   const auto transfers = scanner->Transfers();
   const bool complete = !transfers.empty() && transfers.back().result == S_OK && !hostileContent;
-  if (request.lNumFiles == 1 && complete && !IsWholeJpeg(Reported())) wrong += "reported file; ";
+  if (IsReported() && complete) EXPECT_TRUE(IsWholeJpeg(Reported()));
   for (const std::wstring& name : Pages()) {
     const std::wstring path = folder.File(name);
     const bool page = std::filesystem::path(name).extension() == L".JPG";
-    if (!page && path != Reported() && filesThatMayStay == 0) wrong += "stray file; ";
-    if (page && complete && !IsWholeJpeg(path)) wrong += "half a file; ";
+    EXPECT_TRUE(page || path == Reported() || filesThatMayStay != 0) << "a stray file";
+    EXPECT_TRUE(!page || !complete || IsWholeJpeg(path)) << "half a file";
   }
-  return wrong;
 }
 
 void ScanHost::FreeOutputs() {
-  if (request.lNumFiles == 1) {
-    SysFreeString(request.pbstrFilePaths[0]);
-    CoTaskMemFree(request.pbstrFilePaths);
-    request.pWiaItem->Release();
-  }
+  if (IsReported()) SysFreeString(request.pbstrFilePaths[0]);
+  CoTaskMemFree(request.pbstrFilePaths);
+  if (request.pWiaItem != nullptr) request.pWiaItem->Release();
   request = {};
 }
 

@@ -26,24 +26,20 @@ class ScanHost {
   ~ScanHost() { FreeOutputs(); }
 
   // DeviceDialog of a new object of the class as it is linked into this program, where faults can be planted. Whatever
-  // was not left in order fails the test.
-  HRESULT Run(const SimulatedUser::Task& task);
+  // was not left in order fails the test. `during`: calls the dialog, with whatever shall fail meanwhile.
+  using During = std::function<HRESULT(const std::function<HRESULT()>&)>;
+  HRESULT Run(const SimulatedUser::Task& task, const During& during = nullptr);
   HRESULT Scan() {
     return Run([](SimulatedUser& user) { user.Press(IDC_SCAN); });
   }
-  // The same without an opinion: what is wrong afterwards, in words; empty: nothing. `during`: calls the dialog, with
-  // whatever shall fail meanwhile.
+  // The same with another object's.
   using Dialog = std::function<HRESULT(DEVICEDIALOGDATA2*)>;
-  using During = std::function<HRESULT(const std::function<HRESULT()>&)>;
-  std::string Check(const Dialog& dialog, const SimulatedUser::Task& task, const During& during = nullptr);
-  std::string CheckLinked(const SimulatedUser::Task& task, const During& during = nullptr);
+  HRESULT RunLoaded(const Dialog& dialog, const SimulatedUser::Task& task, const During& during = nullptr);
 
   // The path that the last dialog reported; it lies there until the next one. L"(none)": none.
-  std::wstring Reported() const { return request.lNumFiles == 1 ? request.pbstrFilePaths[0] : L"(none)"; }
+  std::wstring Reported() const { return IsReported() ? request.pbstrFilePaths[0] : L"(none)"; }
   // The files beside the one of somebody else's, "Image.JPG", which has the name that is asked for.
   std::set<std::wstring> Pages() const;
-
-  static constexpr char kHang[] = "hang; ";
 
   std::unique_ptr<simulator::SimulatedScanner> scanner;
   TemporaryFolder folder;
@@ -60,7 +56,8 @@ class ScanHost {
   std::size_t filesThatMayStay = 0;  // set during a dialog whose deletions were refused
 
  private:
-  std::string WhatLies() const;
+  bool IsReported() const { return request.pbstrFilePaths != nullptr; }
+  void ExpectWholeFiles() const;
   void FreeOutputs();
 };
 
