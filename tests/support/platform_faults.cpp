@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/gdiplus_owners.h"
+#include "platform/scoped.h"
 
 namespace harness {
 namespace {
@@ -111,7 +112,7 @@ void* ReplaceImport(const char* name, void* replacement) {
 
 namespace {
 
-const char* userLanguage = nullptr;
+const char* userLanguage = "0409";
 DWORD userMeasure = 0;
 
 int WINAPI LanguageOfUser(LCID /*locale*/, LCTYPE /*type*/, LPSTR data, int capacity) {
@@ -120,8 +121,8 @@ int WINAPI LanguageOfUser(LCID /*locale*/, LCTYPE /*type*/, LPSTR data, int capa
 
 int WINAPI MeasureOfUser(LCID locale, LCTYPE type, LPWSTR data, int capacity) {
   if (type != (LOCALE_IMEASURE | LOCALE_RETURN_NUMBER)) {
-    const FARPROC real = GetProcAddress(GetModuleHandleW(L"kernel32"), "GetLocaleInfoW");
-    return reinterpret_cast<decltype(&GetLocaleInfoW)>(reinterpret_cast<void*>(real))(locale, type, data, capacity);
+    return platform::LoadedFunction<decltype(&GetLocaleInfoW)>(L"kernel32", "GetLocaleInfoW")(locale, type, data,
+                                                                                              capacity);
   }
   std::memcpy(data, &userMeasure, sizeof(userMeasure));
   return sizeof(userMeasure) / sizeof(wchar_t);
@@ -130,14 +131,12 @@ int WINAPI MeasureOfUser(LCID locale, LCTYPE type, LPWSTR data, int capacity) {
 }  // namespace
 
 UserLocale::UserLocale(const char* language, bool inches)
-    : m_language(std::exchange(userLanguage, language)),
-      m_measure(std::exchange(userMeasure, inches ? 1 : 0)),
-      m_localeInfoA(ReplaceImport("GetLocaleInfoA", reinterpret_cast<void*>(&LanguageOfUser))),
-      m_localeInfoW(ReplaceImport("GetLocaleInfoW", reinterpret_cast<void*>(&MeasureOfUser))) {}
+    : m_language(std::exchange(userLanguage, language)), m_measure(std::exchange(userMeasure, inches ? 1 : 0)) {
+  ReplaceImport("GetLocaleInfoA", reinterpret_cast<void*>(&LanguageOfUser));
+  ReplaceImport("GetLocaleInfoW", reinterpret_cast<void*>(&MeasureOfUser));
+}
 
 UserLocale::~UserLocale() {
-  ReplaceImport("GetLocaleInfoA", m_localeInfoA);
-  ReplaceImport("GetLocaleInfoW", m_localeInfoW);
   userLanguage = m_language;
   userMeasure = m_measure;
 }

@@ -11,7 +11,8 @@ namespace harness {
 // What it called before; null: it does not import the function.
 void* ReplaceImport(const char* name, void* replacement);
 
-// What this program's own code is told of the user's settings while it lives; the last one made counts.
+// What this program's own code is told of the user's settings while it lives; the last one made counts. With the first
+// one the functions that answer are replaced for good.
 class UserLocale {
  public:
   // language: as LOCALE_ILANGUAGE has it, such as "040D".
@@ -23,8 +24,6 @@ class UserLocale {
  private:
   const char* m_language;
   DWORD m_measure;
-  void* m_localeInfoA;
-  void* m_localeInfoW;
 };
 
 // allocations: by operator new.

@@ -1,6 +1,7 @@
 #include "tests/support/screen_pixels.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include "platform/scoped.h"
 
@@ -26,31 +27,25 @@ std::vector<DWORD> Drawn(int width, int height, const Drawing& draw) {
 
 }  // namespace
 
-ScreenPixels::ScreenPixels(int x, int y, int columns, int rows) : width(columns), height(rows) {
+PaneScreen::PaneScreen(const RECT& pane) : width(pane.right - pane.left), height(pane.bottom - pane.top) {
   // Drawing is collected until the thread finds no message waiting.
   MSG message;
   PeekMessageW(&message, nullptr, 0xBFFF, 0xBFFF, PM_NOREMOVE);
   const platform::WindowDC screen(GetDesktopWindow());
-  pixels = Drawn(width, height, [&](HDC memory) { BitBlt(memory, 0, 0, width, height, screen.get(), x, y, SRCCOPY); });
-}
-
-PaneScreen::PaneScreen(const RECT& pane)
-    : ScreenPixels(pane.left, pane.top, pane.right - pane.left, pane.bottom - pane.top) {
+  pixels = Drawn(width, height,
+                 [&](HDC memory) { BitBlt(memory, 0, 0, width, height, screen.get(), pane.left, pane.top, SRCCOPY); });
   // The box between the two scroll bars overlaps the pane's last corner.
   for (const int corner : {1, 2, width + 1, width + 2}) pixels[pixels.size() - static_cast<std::size_t>(corner)] = 0;
 }
 
 char PaneScreen::Letter(int x, int y) const {
   constexpr int kTolerance = 12;
-  const struct {
-    DWORD color;
-    char letter;
-  } known[] = {{0xFF0000, 'R'}, {0x00FF00, 'G'}, {0x0000FF, 'B'}, {0xFFFF00, 'Y'}, {0x404040, 'k'}, {0, 'K'}};
-  for (const auto& k : known) {
-    const auto differs = [pixel = At(x, y), &k](int shift) {
-      return std::abs(static_cast<int>(pixel >> shift & 255) - static_cast<int>(k.color >> shift & 255)) > kTolerance;
+  for (const auto& [letter, color] :
+       {std::pair{'R', 0xFF0000U}, {'G', 0x00FF00U}, {'B', 0x0000FFU}, {'Y', 0xFFFF00U}, {'k', 0x404040U}, {'K', 0U}}) {
+    const auto differs = [pixel = At(x, y), wanted = color](int shift) {
+      return std::abs(static_cast<int>(pixel >> shift & 255) - static_cast<int>(wanted >> shift & 255)) > kTolerance;
     };
-    if (!differs(0) && !differs(8) && !differs(16)) return k.letter;
+    if (!differs(0) && !differs(8) && !differs(16)) return letter;
   }
   return '?';
 }
