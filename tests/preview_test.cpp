@@ -408,7 +408,7 @@ TEST_F(Preview, ContextMenusOfTheToolButtons) {
     EXPECT_EQ(itemsAt(zoom.left, zoom.top), "3001* 3002 ");
     user.Press(IDM_ZOOM_OUT);
     EXPECT_EQ(itemsAt(zoom.left + 1, zoom.bottom), "3001 3002* ");
-    EXPECT_EQ(itemsAt(rotate.left + 1, rotate.bottom), "3003 3004 3005 ");
+    EXPECT_EQ(itemsAt(rotate.right, rotate.bottom), "3003 3004 3005 ");
     EXPECT_EQ(itemsAt(zoom.left + 1, zoom.bottom + 1), "");
     EXPECT_EQ(itemsAt(-1, -1, user.Control(IDC_TOOL_ROTATE)), "3003 3004 3005 ") << "by the keyboard";
     EXPECT_EQ(itemsAt(-1, -1, user.Control(IDC_SCAN)), "");

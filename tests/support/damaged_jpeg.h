@@ -25,32 +25,25 @@ inline std::vector<std::vector<std::uint8_t>> JpegsIn(const std::filesystem::pat
 // The file with one to three damages: cut off, markers, lengths and sizes that lie, pieces lost or doubled, noise. The
 // same seed gives the same damage.
 inline std::vector<std::uint8_t> Damaged(std::vector<std::uint8_t> jpeg, std::mt19937& random) {
-  const auto below = [&random](std::size_t limit) { return limit != 0 ? random() % limit : 0; };
-  const auto anything = [&random] { return static_cast<std::uint8_t>(random()); };
   for (std::size_t times = 1 + random() % 3; times > 0 && jpeg.size() > 1; --times) {
-    const auto at = jpeg.begin() + static_cast<std::ptrdiff_t>(below(jpeg.size()));
-    const auto end = at + static_cast<std::ptrdiff_t>(below(static_cast<std::size_t>(jpeg.end() - at)));
+    const auto place = [&](std::size_t limit) { return jpeg.begin() + static_cast<std::ptrdiff_t>(random() % limit); };
+    const auto at = place(jpeg.size());
+    const auto end = at + static_cast<std::ptrdiff_t>(random() % static_cast<std::size_t>(jpeg.end() - at));
     // Most of what a decoder trusts stands near the beginning.
-    const auto header = jpeg.begin() + static_cast<std::ptrdiff_t>(below(std::min<std::size_t>(jpeg.size() - 1, 700)));
+    const auto header = place(std::min<std::size_t>(jpeg.size() - 1, 700));
     const std::vector<std::uint8_t> piece(at, end);
-    switch (random() % 6) {
-      case 0:
-        jpeg.erase(at, jpeg.end());
-        break;
-      case 1:
-        header[0] = anything(), header[1] = anything();
-        break;  // a marker or a length is another one
-      case 2:
-        header[0] = 0xFF, header[1] = anything();
-        break;  // a marker where none belongs
-      case 3:
-        jpeg.insert(header, piece.begin(), piece.end());
-        break;
-      case 4:
-        jpeg.erase(at, end);
-        break;
-      default:
-        for (int i = 0; i < 8; ++i) jpeg[below(jpeg.size())] ^= anything();
+    const auto kind = random() % 5;
+    if (kind == 0) {
+      jpeg.erase(at, jpeg.end());
+    } else if (kind == 1) {
+      jpeg.erase(at, end);
+    } else if (kind == 2) {
+      jpeg.insert(header, piece.begin(), piece.end());
+    } else if (kind == 3) {
+      header[0] = random() % 2 == 0 ? 0xFF : static_cast<std::uint8_t>(random());
+      header[1] = static_cast<std::uint8_t>(random());
+    } else {
+      for (int i = 0; i < 8; ++i) *place(jpeg.size()) ^= static_cast<std::uint8_t>(random());
     }
   }
   return jpeg;
