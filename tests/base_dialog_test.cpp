@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <vector>
 
 #include "platform/module_state.h"
 #include "resources/resource_ids.h"
@@ -16,10 +17,9 @@ class Recorder : public BASE_DIALOG {
   using BASE_DIALOG::m_bMouseInPane, BASE_DIALOG::m_bPanTool, BASE_DIALOG::m_bSelecting, BASE_DIALOG::m_bSelectTool;
   using BASE_DIALOG::m_bZoomTool;
 
-  INT_PTR OnCommand(HWND, WPARAM, LPARAM) override { return Hit("command"); }
-  INT_PTR OnContextMenu(HWND, WPARAM, LPARAM) override { return Hit("contextmenu"); }
+  INT_PTR OnCommand(HWND, WPARAM, LPARAM) override { throw std::runtime_error("handler"); }
   INT_PTR OnNotify(HWND, WPARAM, LPARAM) override { return Hit("notify"); }
-  INT_PTR OnNcMouseMessage(HWND, UINT, WPARAM, LPARAM) override { return Hit("ncmouse"); }
+  INT_PTR OnNcMouseMessage(HWND, UINT, WPARAM, LPARAM) override { return Hit("pointer"); }
   INT_PTR OnShowWindow(HWND, WPARAM, LPARAM) override { return Hit("show"); }
   INT_PTR OnHideWindow(HWND, WPARAM, LPARAM) override { return Hit("hide"); }
   INT_PTR OnUserMessage(HWND, UINT, WPARAM, LPARAM) override { return Hit("user"); }
@@ -27,105 +27,58 @@ class Recorder : public BASE_DIALOG {
   void UpdatePreviewImage(const wchar_t*) override {}
   BOOL processImageFile(wchar_t*, const ImageEditParams&) override { return FALSE; }
   void ClearPreview() override {}
-  void OnHScroll(HWND, WPARAM, LPARAM) override { Hit("hscroll"); }
-  void OnVScroll(HWND, WPARAM, LPARAM) override { Hit("vscroll"); }
+  void OnHScroll(HWND, WPARAM, LPARAM) override { Hit("scroll"); }
+  void OnVScroll(HWND, WPARAM, LPARAM) override { Hit("scroll"); }
   void OnLButtonDown(HWND, WPARAM, LPARAM) override { Hit("press"); }
-  void OnLButtonUp(HWND, WPARAM, LPARAM) override { Hit("release"); }
-  void OnMouseMove(HWND, WPARAM, LPARAM) override { Hit("mousemove"); }
+  void OnLButtonUp(HWND, WPARAM, LPARAM) override {}
+  void OnMouseMove(HWND, WPARAM, LPARAM) override { Hit("move"); }
 
   INT_PTR Hit(const char* handler) {
     reached = handler;
-    if (reached == throwIn) throw std::runtime_error("handler");
     return TRUE;
   }
   std::string reached;
-  std::string throwIn;
 };
 
-// A real dialog window from the real template, bound to a recorder.
-class BaseDialog : public testing::Test {
- protected:
-  HWND Make(LPARAM bound) {
-    return CreateDialogParamW(g_hInstance, MAKEINTRESOURCEW(IDD_SCAN_DIALOG), nullptr, BASE_DIALOG::StaticDialogProc,
-                              bound);
-  }
-  void SetUp() override { window = Make(reinterpret_cast<LPARAM>(&dialog)); }
-  void TearDown() override { DestroyWindow(window); }
-
-  // The handler that a message sent to the window reaches; "" for none.
-  std::string Route(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
-    dialog.reached.clear();
-    SendMessageW(window, message, wParam, lParam);
-    return dialog.reached;
-  }
+// In a real window from the real template.
+TEST(BaseDialog, MessagesReachTheirHandlers) {
   Recorder dialog;
-  HWND window = nullptr;
-};
-
-// Where ranges of messages begin and end.
-TEST_F(BaseDialog, MessagesReachTheirHandlers) {
-  const std::pair<UINT, const char*> messages[] = {{WM_NCHITTEST, "ncmouse"},
-                                                   {WM_NCMOUSEMOVE, "ncmouse"},
-                                                   {WM_NCMBUTTONDBLCLK, "ncmouse"},
-                                                   {WM_LBUTTONDBLCLK, "ncmouse"},
-                                                   {WM_MBUTTONDBLCLK, "ncmouse"},
-                                                   {WM_MOUSELEAVE, "ncmouse"},
-                                                   {WM_MOUSEWHEEL, ""},
-                                                   {WM_NCMBUTTONDBLCLK + 1, ""},
-                                                   {WM_USER + 2, "user"},
-                                                   {WM_APP - 1, "user"},
-                                                   {WM_APP, "app"},
-                                                   {0xBFFF, "app"},
-                                                   {0xC000, ""},
-                                                   {WM_TIMER, ""}};
-  for (const auto& [message, handler] : messages) EXPECT_EQ(Route(message), handler) << std::hex << message;
-  EXPECT_EQ(Route(WM_SHOWWINDOW, TRUE), "show");
-  EXPECT_EQ(Route(WM_SHOWWINDOW, FALSE), "hide");
-  EXPECT_EQ(BASE_DIALOG::StaticDialogProc(window, WM_NOTIFY, 0, 0), TRUE) << "the handler's answer";
-}
-
-TEST_F(BaseDialog, PointerAndScrollMessages) {
-  EXPECT_EQ(Route(WM_ACTIVATE, WA_INACTIVE, 0x1234), "press");
-  EXPECT_EQ(Route(WM_ACTIVATE, WA_ACTIVE), "");
-  EXPECT_EQ(Route(WM_ACTIVATE, MAKEWPARAM(WA_INACTIVE, 1)), "") << "deactivated while minimised";
-  EXPECT_EQ(Route(WM_LBUTTONUP), "release");
-  EXPECT_EQ(Route(WM_LBUTTONDOWN), "press");
-  EXPECT_EQ(BASE_DIALOG::StaticDialogProc(window, WM_LBUTTONDOWN, 0, 0), FALSE) << "whatever the handler says";
-  const auto from = [this](int control) { return reinterpret_cast<LPARAM>(GetDlgItem(window, control)); };
-  EXPECT_EQ(Route(WM_HSCROLL, 0, from(IDC_HORIZONTAL_SCROLL)), "hscroll");
-  EXPECT_EQ(Route(WM_VSCROLL, 0, from(IDC_VERTICAL_SCROLL)), "vscroll");
-  EXPECT_EQ(Route(WM_HSCROLL, 0, from(IDC_BRIGHTNESS)), "");
-  EXPECT_EQ(Route(WM_HSCROLL, 0, from(IDC_VERTICAL_SCROLL)), "");
-  EXPECT_EQ(Route(WM_VSCROLL, 0, 0), "");
-
-  SetActiveWindow(window);
-  EXPECT_EQ(Route(WM_MOUSEMOVE), "") << "no tool";
+  const HWND window = CreateDialogParamW(g_hInstance, MAKEINTRESOURCEW(IDD_SCAN_DIALOG), nullptr,
+                                         BASE_DIALOG::StaticDialogProc, reinterpret_cast<LPARAM>(&dialog));
+  const auto route = [&](UINT message, WPARAM wParam = 0) {
+    dialog.reached.clear();
+    SendMessageW(window, message, wParam, 0);
+    return dialog.reached;
+  };
+  const std::pair<const char*, std::vector<UINT>> messages[] = {
+      {"pointer",
+       {WM_NCHITTEST, WM_NCMOUSEMOVE, WM_NCMBUTTONDBLCLK, WM_LBUTTONDBLCLK, WM_MBUTTONDBLCLK, WM_MOUSELEAVE}},
+      {"user", {WM_USER + 2, WM_APP - 1}},
+      {"app", {WM_APP, 0xBFFF}},
+      {"", {WM_NCMBUTTONDBLCLK + 1, WM_MOUSEWHEEL, 0xC000, WM_HSCROLL, WM_VSCROLL, WM_MOUSEMOVE}}};
+  for (const auto& [handler, reaching] : messages) {
+    for (const UINT message : reaching) EXPECT_EQ(route(message), handler) << std::hex << message;
+  }
+  EXPECT_EQ(route(WM_SHOWWINDOW, TRUE), "show");
+  EXPECT_EQ(route(WM_SHOWWINDOW, FALSE), "hide");
+  EXPECT_EQ(route(WM_ACTIVATE, WA_INACTIVE), "press");
+  EXPECT_EQ(route(WM_ACTIVATE, MAKEWPARAM(WA_INACTIVE, 1)), "") << "deactivated while minimised";
+  const HWND other = CreateWindowW(L"STATIC", L"", WS_VISIBLE, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
   for (bool Recorder::* flag : {&Recorder::m_bPanTool, &Recorder::m_bSelectTool, &Recorder::m_bMouseInPane,
                                 &Recorder::m_bZoomTool, &Recorder::m_bSelecting}) {
     dialog.*flag = true;
-    EXPECT_EQ(Route(WM_MOUSEMOVE), "mousemove");
-    const HWND other =
-        CreateWindowW(L"STATIC", L"", WS_OVERLAPPED | WS_VISIBLE, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
-    SetActiveWindow(other);
-    EXPECT_EQ(Route(WM_MOUSEMOVE), "") << "another window is active";
-    DestroyWindow(other);
     SetActiveWindow(window);
+    EXPECT_EQ(route(WM_MOUSEMOVE), "move");
+    SetActiveWindow(other);
+    EXPECT_EQ(route(WM_MOUSEMOVE), "") << "another window is active";
     dialog.*flag = false;
   }
-}
-
-TEST_F(BaseDialog, UnboundWindowsAndExceptions) {
-  const HWND unbound = Make(0);
-  ASSERT_NE(unbound, nullptr);
-  dialog.reached.clear();
-  EXPECT_EQ(BASE_DIALOG::StaticDialogProc(unbound, WM_COMMAND, IDOK, 0), FALSE);
-  EXPECT_EQ(dialog.reached, "");
-  DestroyWindow(unbound);
-
-  EXPECT_EQ(dialog.HandlerFailure(), S_OK);
-  dialog.throwIn = "command";
+  DestroyWindow(other);
+  EXPECT_EQ(BASE_DIALOG::StaticDialogProc(window, WM_NOTIFY, 0, 0), TRUE) << "the handler's answer";
+  EXPECT_EQ(BASE_DIALOG::StaticDialogProc(window, WM_LBUTTONDOWN, 0, 0), FALSE) << "whatever the handler says";
   EXPECT_EQ(BASE_DIALOG::StaticDialogProc(window, WM_COMMAND, IDOK, 0), FALSE);
   EXPECT_EQ(dialog.HandlerFailure(), E_FAIL);
+  DestroyWindow(window);
 }
 
 }  // namespace
