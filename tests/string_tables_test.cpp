@@ -11,6 +11,8 @@
 
 namespace {
 
+using namespace harness;
+using namespace settings;
 using Numbers = std::set<int>;
 constexpr int kEnglish = 0x0409;
 
@@ -20,20 +22,20 @@ BOOL CALLBACK AddLanguage(HMODULE, LPCWSTR, LPCWSTR, WORD language, LONG_PTR lan
 
 Numbers Languages() {
   Numbers languages;
-  EnumResourceLanguagesW(harness::Library(), RT_STRING, MAKEINTRESOURCEW(IDS_SCAN / 16 + 1), &AddLanguage,
+  EnumResourceLanguagesW(Library(), RT_STRING, MAKEINTRESOURCEW(IDS_SCAN / 16 + 1), &AddLanguage,
                          reinterpret_cast<LONG_PTR>(&languages));
   return languages;
 }
 
 std::wstring Text(int id, int language) {
   wchar_t text[256] = {};
-  LANG_RESOURCE(harness::Library()).GetTextW(static_cast<UINT>(id), text, 256, static_cast<std::uint32_t>(language));
+  LANG_RESOURCE(Library()).GetTextW(static_cast<UINT>(id), text, 256, static_cast<std::uint32_t>(language));
   return text;
 }
 
 const WORD* Picture(LPCWSTR type, int id) {
-  const HRSRC found = FindResourceExW(harness::Library(), type, MAKEINTRESOURCEW(id), kEnglish);
-  return found == nullptr ? nullptr : static_cast<const WORD*>(LockResource(LoadResource(harness::Library(), found)));
+  const HRSRC found = FindResourceExW(Library(), type, MAKEINTRESOURCEW(id), kEnglish);
+  return static_cast<const WORD*>(LockResource(LoadResource(Library(), found)));
 }
 
 // What a control has left beside its text, in pixels; negative: the text is cut. Measured in the control's font as the
@@ -63,92 +65,85 @@ int Spare(HWND control, const std::wstring& text, int language) {
   }
   RECT room = {};
   GetClientRect(control, &room);
-  wchar_t className[16] = {};
-  GetClassNameW(control, className, 16);
   COMBOBOXINFO combo = {sizeof(combo), {}, {}, 0, nullptr, nullptr, nullptr};
+  LONG edges = 0;
   if (GetComboBoxInfo(control, &combo)) {
-    // An edge of one pixel, and one more before the text.
-    room = {combo.rcItem.left + 2, 0, combo.rcItem.right - 1, 0};
-  } else if (std::wstring(className) == L"Button") {  // the frame's corners; border and focus rectangle
-    room.right -= (GetWindowLongPtrW(control, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX ? 18 : 8;
+    room = combo.rcItem;
+    edges = 3;  // of one pixel, and one more before the text
+  } else if ((GetWindowLongPtrW(control, GWL_STYLE) & BS_TYPEMASK) == BS_GROUPBOX) {
+    edges = 18;  // the frame's corners
+  } else if ((SendMessageW(control, WM_GETDLGCODE, 0, 0) & DLGC_BUTTON) != 0) {
+    edges = 8;  // border and focus rectangle
   }
-  return room.right - room.left - size.cx;
+  return room.right - room.left - edges - size.cx;
 }
-
-}  // namespace
 
 TEST(StringTables, TextsAreThereTranslatedAndTrimmed) {
   EXPECT_EQ(Languages().size(), 36U);
   for (const int language : Languages()) {
-    int missing = 0;
+    int texts = 0;
     int same = 0;
-    int all = 0;
     for (int id = 2000; id < 2096; ++id) {
       const std::wstring text = Text(id, language);
-      missing += text.empty() != Text(id, kEnglish).empty() ? 1 : 0;
       if (text.empty()) continue;
       EXPECT_EQ(text.find_first_of(L"\x00C3\xFFFD"), std::wstring::npos) << "the wrong code page: " << id;
       EXPECT_FALSE(iswspace(text.front()) || iswspace(text.back())) << language << ": " << id;
       same += text == Text(id, kEnglish) ? 1 : 0;
-      ++all;
+      ++texts;
     }
-    EXPECT_EQ(all + missing, 83);
-    EXPECT_LE(missing, 6) << language << ": no control shows those";
+    EXPECT_GE(texts, language == kEnglish ? 83 : 77) << language << ": at most six lack, which no control shows";
     // "OCR" and seven percentages are the same everywhere, and at most six words rightly in one language (French).
     EXPECT_TRUE(language == kEnglish || same <= 14) << language << ": " << same;
   }
-  for (const auto& zoom : settings::kZoomTable)
-    EXPECT_EQ(Text(zoom.stringId, kEnglish), std::to_wstring(zoom.percent) + L"%");
+  for (const auto& [id, percent] : kZoomTable) EXPECT_EQ(Text(id, kEnglish), std::to_wstring(percent) + L"%");
 }
 
 TEST(StringTables, EveryVisibleTextFitsItsControl) {
-  harness::ScanHost host;
-  int measured = 0;
-  host.Run([&measured](harness::SimulatedUser& user) {
+  ScanHost host;
+  host.Run([](SimulatedUser& user) {
     for (const int language : Languages()) {
-      const auto expectFits = [&](int control, int id, const wchar_t* literal = nullptr) {
+      const auto expectFits = [&](int control, const std::wstring& text) {
         if (!IsWindowVisible(user.Control(control))) return;
-        EXPECT_GE(Spare(user.Control(control), id != 0 ? Text(id, language) : literal, language), 0)
-            << language << ": " << id;
-        ++measured;
+        EXPECT_FALSE(text.empty()) << language << ": " << control;
+        EXPECT_GE(Spare(user.Control(control), text, language), 0) << language << ": " << control;
       };
-      for (const auto& label : settings::kLabels) expectFits(label.control, label.stringId);
-      for (const auto& step : settings::kZoomTable) expectFits(IDC_ZOOM_LIST, step.stringId);
+      for (const auto& label : kLabels) expectFits(label.control, Text(label.stringId, language));
       for (const auto* list :
-           {&settings::kOriginalSize, &settings::kPlacement, &settings::kFeedMethod, &settings::kOriginalQuality,
-            &settings::kScanMethod, &settings::kScanColor, &settings::kResolution}) {
-        for (const auto& entry : list->entries) expectFits(list->control, entry.stringId, entry.text);
+           {&kOriginalSize, &kPlacement, &kFeedMethod, &kOriginalQuality, &kScanMethod, &kScanColor, &kResolution}) {
+        for (const auto& entry : list->entries) {
+          expectFits(list->control, entry.text != nullptr ? entry.text : Text(entry.stringId, language));
+        }
       }
     }
   });
-  EXPECT_GT(measured, 36 * 50);
 }
 
-// Every size that the dialog asks for, at 96, 144 and 192 dots per inch: the platform would scale others.
+// In the size of each place in the dialog at 96, 144 and 192 dots per inch: the platform would scale others.
 TEST(StringTablesPictures, ArePresentInTheirSizes) {
-  const std::pair<int, std::set<int>> icons[] = {
-      {IDI_DEVICE, {16, 32}},          {IDI_BRIGHTNESS_LOW, {32, 48, 64}},  {IDI_BRIGHTNESS_HIGH, {32, 48, 64}},
-      {IDI_TOOL_SELECT, {20, 30, 40}}, {IDI_ROTATE_RIGHT, {20, 30, 40}},    {IDI_ZOOM_IN, {16, 20, 24, 30, 32, 40}},
-      {IDI_PANNING, {16, 24, 32}},     {IDI_PAN, {16, 20, 24, 30, 32, 40}}, {IDI_ZOOM_OUT, {16, 20, 24, 30, 32, 40}},
-      {IDI_AREA_SIZE, {16, 24, 32}},   {IDI_AREA_POSITION, {16, 24, 32}}};
-  for (const auto& [id, wanted] : icons) {
-    const WORD* group = Picture(RT_GROUP_ICON, id);
-    ASSERT_NE(group, nullptr) << id;
-    std::set<int> missing = wanted;
-    for (int i = 0; i < group[2]; ++i) {
-      const auto* image = reinterpret_cast<const BITMAPINFOHEADER*>(Picture(RT_ICON, group[3 + 7 * i + 6]));
-      missing.erase(image->biWidth);
-      if (image->biWidth != 20) continue;
-      // A disabled button shows its icon as the silhouette of the opaque pixels, which must not be a block.
-      const auto* pixels = reinterpret_cast<const RGBQUAD*>(image + 1);
-      const auto opaque = std::count_if(pixels, pixels + 400, [](RGBQUAD p) { return p.rgbReserved >= 128; });
-      EXPECT_TRUE(opaque > 60 && opaque < 240) << id << ": " << opaque;
+  const std::pair<int, Numbers> places[] = {
+      {16, {IDI_AREA_SIZE, IDI_AREA_POSITION, IDI_PAN, IDI_PANNING, IDI_ZOOM_IN, IDI_ZOOM_OUT}},
+      {20, {IDI_TOOL_SELECT, IDI_ROTATE_RIGHT, IDI_PAN, IDI_ZOOM_IN, IDI_ZOOM_OUT}},
+      {32, {IDI_BRIGHTNESS_LOW, IDI_BRIGHTNESS_HIGH}}};
+  for (const auto& [side, icons] : places) {
+    for (const int id : icons) {
+      const WORD* group = Picture(RT_GROUP_ICON, id);
+      Numbers missing = {side, side * 3 / 2, side * 2};
+      for (int i = 0; i < group[2]; ++i) {
+        const auto* image = reinterpret_cast<const BITMAPINFOHEADER*>(Picture(RT_ICON, group[3 + 7 * i + 6]));
+        missing.erase(image->biWidth);
+        if (image->biWidth != 20) continue;
+        // A disabled button shows its icon as the silhouette of the opaque pixels, which must not be a block.
+        const auto* pixels = reinterpret_cast<const RGBQUAD*>(image + 1);
+        const auto opaque = std::count_if(pixels, pixels + 400, [](RGBQUAD p) { return p.rgbReserved >= 128; });
+        EXPECT_TRUE(opaque > 60 && opaque < 240) << id << ": " << opaque;
+      }
+      EXPECT_TRUE(missing.empty()) << id;
     }
-    EXPECT_TRUE(missing.empty()) << id;
   }
   for (const auto& [id, hotSpot] : {std::pair(IDC_CURSOR_CROSS, 15), std::pair(IDC_CURSOR_SIZE_NWSE, 5)}) {
-    const WORD* group = Picture(RT_GROUP_CURSOR, id);
-    const WORD* image = group != nullptr ? Picture(RT_CURSOR, group[9]) : nullptr;
-    ASSERT_TRUE(image != nullptr && image[0] == hotSpot && image[1] == hotSpot) << id;
+    const WORD* image = Picture(RT_CURSOR, Picture(RT_GROUP_CURSOR, id)[9]);
+    EXPECT_TRUE(image[0] == hotSpot && image[1] == hotSpot) << id;
   }
 }
+
+}  // namespace
