@@ -5,7 +5,6 @@
 #include <setupapi.h>
 
 #include <fstream>
-#include <thread>
 
 #include "entry/class_factory.h"
 #include "tests/support/machine.h"
@@ -13,50 +12,42 @@
 
 namespace {
 
+using namespace harness;
 namespace fs = std::filesystem;
 
 constexpr wchar_t kHandler[] =
     L"CLSID\\{9010E5D3-AA46-4339-8055-770823255443}\\shellex\\WiaDialogExtensionHandlers\\"
     L"{7C3E51A2-4B90-4D6E-9F21-58A0C4D7E913}";
 
-fs::path Packaged(const wchar_t* name) { return harness::TestData().parent_path() / L"packaging" / name; }
+fs::path Packaged(const wchar_t* name) { return TestData().parent_path() / L"packaging" / name; }
 
 void Import(const wchar_t* name) {
   EXPECT_EQ(_wsystem((L"regedit /S \"" + Packaged(name).wstring() + L"\"").c_str()), 0);
 }
 
-std::wstring WindowsFolder() {
-  wchar_t folder[MAX_PATH] = {};
-  GetWindowsDirectoryW(folder, MAX_PATH);
-  return folder;
-}
-
-HRESULT CreateExtension(IWiaUIExtension2** extension) {
-  return CoCreateInstance(CLSID_WiaScanDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IWiaUIExtension2,
-                          reinterpret_cast<void**>(extension));
+// Where the library is installed.
+fs::path Installed(const wchar_t* folder = L"System32") {
+  wchar_t windows[MAX_PATH] = {};
+  GetWindowsDirectoryW(windows, MAX_PATH);
+  return fs::path(windows) / folder / L"WiaScanDialog.dll";
 }
 
 // What the installing left, and what the uninstalling takes away.
 void ExpectUsableUntilUnregistered() {
   EXPECT_EQ(RegQueryValueW(HKEY_CLASSES_ROOT, kHandler, nullptr, nullptr), ERROR_SUCCESS);
-  platform::ComPtr<IWiaUIExtension2> extension;
-  ASSERT_EQ(CreateExtension(&extension), S_OK);
-  harness::ScanHost host;
-  host.RunLoaded([&](DEVICEDIALOGDATA2* request) { return extension->DeviceDialog(request); },
-                 [](harness::SimulatedUser&) {});
-  EXPECT_EQ(host.result, S_FALSE);
-  extension.Reset();
-  // An object in another apartment could not be reached from this thread: no proxy is known for its interface.
-  std::thread([] {
-    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    platform::ComPtr<IWiaUIExtension2> here;
-    EXPECT_EQ(CreateExtension(&here), S_OK);
-    here.Reset();
-    CoUninitialize();
-  }).join();
+  // In another apartment, an object of this one could not be reached: no proxy is known for its interface.
+  for (const DWORD apartment : {COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED}) {
+    RunOnThread(static_cast<int>(apartment), 0x100000, [] {
+      platform::ComPtr<IWiaUIExtension2> extension;
+      void** const out = reinterpret_cast<void**>(extension.GetAddressOf());
+      ASSERT_EQ(CoCreateInstance(CLSID_WiaScanDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IWiaUIExtension2, out), S_OK);
+      ScanHost host;
+      const auto dialog = [&](DEVICEDIALOGDATA2* request) { return extension->DeviceDialog(request); };
+      EXPECT_EQ(host.RunLoaded(dialog, [](SimulatedUser&) {}), S_FALSE);
+    });
+  }
   CoFreeUnusedLibrariesEx(0, 0);
-  EXPECT_TRUE(DeleteFileW((WindowsFolder() + L"\\System32\\WiaScanDialog.dll").c_str()))
-      << "not there, or still loaded";
+  EXPECT_TRUE(DeleteFileW(Installed().c_str())) << "not there, or still loaded";
   Import(L"unregister.reg");
   EXPECT_EQ(RegQueryValueW(HKEY_CLASSES_ROOT, kHandler, nullptr, nullptr), ERROR_FILE_NOT_FOUND);
 }
@@ -67,19 +58,18 @@ UINT CALLBACK AskNobody(void*, UINT notification, UINT_PTR, UINT_PTR) {
 }
 
 TEST(Registration, RegFile) {
-  if (harness::leaveMachine) GTEST_SKIP() << "registers the library on this machine";
-  fs::copy_file(harness::LibraryPath(), WindowsFolder() + L"\\System32\\WiaScanDialog.dll",
-                fs::copy_options::overwrite_existing);
+  if (leaveMachine) GTEST_SKIP() << "registers the library on this machine";
+  fs::copy_file(LibraryPath(), Installed(), fs::copy_options::overwrite_existing);
   Import(L"register.reg");
   ExpectUsableUntilUnregistered();
 }
 
 TEST(Registration, InfSections) {
-  if (harness::leaveMachine) GTEST_SKIP() << "registers the library on this machine";
+  if (leaveMachine) GTEST_SKIP() << "registers the library on this machine";
   // A driver package in small: the sections in an INF of its own, and this architecture's library under every name. Of
   // the registry only the machine's own view: Wine 8 knows no FLG_ADDREG_32BITKEY and would write both into one.
   const bool is64Bit = sizeof(void*) == 8;
-  const harness::TemporaryFolder package;
+  const TemporaryFolder package;
   const std::wstring path = package.File(L"driver.inf");
   std::ofstream(fs::path(path), std::ios::binary)
       << "[Version]\r\nSignature=\"$Windows NT$\"\r\n[Install]\r\nAddReg=WiaScanDialog.Registry\r\n"
@@ -89,7 +79,7 @@ TEST(Registration, InfSections) {
   for (const wchar_t* name : {L"x64\\WiaScanDialog.dll", L"arm64\\WiaScanDialog.dll", L"x86\\WiaScanDialog.dll",
                               L"x86\\WiaScanDialog32.dll", L"WiaScanDialog.dll", L"WiaScanDialog32.dll"}) {
     fs::create_directories((package.path / name).parent_path());
-    fs::copy_file(harness::LibraryPath(), package.path / name);
+    fs::copy_file(LibraryPath(), package.path / name);
   }
 
   const HINF inf = SetupOpenInfFileW(path.c_str(), nullptr, INF_STYLE_WIN4, nullptr);
@@ -98,7 +88,7 @@ TEST(Registration, InfSections) {
                                           package.path.c_str(), 0, AskNobody, nullptr, nullptr, nullptr));
   SetupCloseInfFile(inf);
   // To a 32-bit program on a 64-bit machine that folder is its System32.
-  if (is64Bit) EXPECT_TRUE(DeleteFileW((WindowsFolder() + L"\\SysWOW64\\WiaScanDialog.dll").c_str()));
+  if (is64Bit) EXPECT_TRUE(DeleteFileW(Installed(L"SysWOW64").c_str()));
   ExpectUsableUntilUnregistered();
 }
 
