@@ -116,25 +116,6 @@ TEST(EntryDialog, AReportedScanIsNotTakenBack) {
   EXPECT_EQ(host.request.lNumFiles, 1);
 }
 
-// Also where the thread has no COM, which the page's codecs are made of; it has none afterwards.
-TEST(EntryHost, WorksInEveryApartment) {
-  for (const int apartment : {-1, static_cast<int>(COINIT_MULTITHREADED)}) {
-    RunOnThread(apartment, 0x100000, [apartment] {
-      APTTYPE before = APTTYPE_CURRENT;
-      APTTYPE after = APTTYPE_CURRENT;
-      APTTYPEQUALIFIER qualifier = {};
-      CoGetApartmentType(&before, &qualifier);
-      ScanHost host;
-      host.scanner->SetFaults({.streamContent = Quadrants(1700, 2200, 200, 200)});
-      EXPECT_EQ(host.Run([](SimulatedUser& user) { user.DoMainJob(); }), S_OK) << apartment;
-      CoGetApartmentType(&after, &qualifier);
-      EXPECT_EQ(before, after) << apartment;
-      const GdiPlus session;
-      EXPECT_LT(Picture(host.Reported()).GetWidth(), 1700U) << apartment;
-    });
-  }
-}
-
 HANDLE LookOfThread() {
   HANDLE look = nullptr;
   GetCurrentActCtx(&look);

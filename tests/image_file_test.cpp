@@ -66,9 +66,9 @@ TEST_F(ImageFile, TurnsAndKeepsTheResolution) {
   }
   EXPECT_FALSE(scanning::processImageFile(PathBuffer(file), {4, 1, 1, 1, 1, 1})) << "nothing to cut, although it turns";
   ExpectPicture("GYRB", 32, 64);
-  ASSERT_TRUE(WriteQuadrants(file, 1, 40, 300, 300));
+  ASSERT_TRUE(WriteQuadrants(file, 1, 128, 300, 300));
   EXPECT_TRUE(scanning::rotateImageFile(4, PathBuffer(file)));
-  ExpectPicture("GYGY", 40, 1);
+  ExpectPicture("GYGY", 128, 1);
   EXPECT_TRUE(scanning::rotateImageFile(1, PathBuffer(folder.File(L"none.jpg")))) << "must not be opened";
 }
 

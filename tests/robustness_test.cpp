@@ -379,12 +379,14 @@ TEST_F(Robustness, NothingLeaksAndTheLibraryGoes) {
   for (const auto& [name, growth] : lost) EXPECT_GE(growth, 10) << name;
 }
 
+// Owner windows of every kind, in every apartment and where the thread has no COM, which the page's codecs are made of.
 TEST_F(Robustness, Hosts) {
   what = "kinds of host and owner window";
-  for (const DWORD apartment : {COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED}) {
+  for (const int apartment : {-1, static_cast<int>(COINIT_APARTMENTTHREADED), static_cast<int>(COINIT_MULTITHREADED)}) {
     for (const std::string kind :
          {"none", "shown", "disabled", "disabled meanwhile", "hidden", "destroyed", "destroyed in transfer"}) {
-      RunOnThread(static_cast<int>(apartment), 0x40000, [&] {
+      RunOnThread(apartment, 0x40000, [&] {
+        SCOPED_TRACE(kind + " owner, apartment " + std::to_string(apartment));
         HWND window = nullptr;
         if (kind != "none") {
           const DWORD style = WS_OVERLAPPEDWINDOW | (kind != "hidden" ? WS_VISIBLE : 0);
@@ -395,14 +397,20 @@ TEST_F(Robustness, Hosts) {
         if (kind == "destroyed in transfer") plan.hook = [window](const auto&) { DestroyWindow(window); };
         Plan(plan);
         host.owner = window;
-        const auto task = [&](SimulatedUser& user) {
+        APTTYPE before = APTTYPE_CURRENT;
+        APTTYPE after = APTTYPE_CURRENT;
+        APTTYPEQUALIFIER qualifier = {};
+        CoGetApartmentType(&before, &qualifier);
+        host.Run([&](SimulatedUser& user) {
           if (kind == "disabled meanwhile") EnableWindow(window, FALSE);
           if (kind == "destroyed") DestroyWindow(window);
           MainJob(user);
-        };
-        SCOPED_TRACE(kind + " owner, apartment " + std::to_string(apartment));
-        host.Run(task);
+        });
         ++count;
+        CoGetApartmentType(&after, &qualifier);
+        EXPECT_EQ(before, after);
+        const GdiPlus session;
+        if (kind == "shown") EXPECT_LT(Picture(host.Reported()).GetWidth(), 400U) << "not turned and cut";
         DestroyWindow(window);
       });
     }

@@ -124,6 +124,17 @@ TEST(Settings, DriverReceivesWhatIsShown) {
     user.Press(IDC_SCAN);
   });
   EXPECT_EQ(LastBatch(host), defaults);
+  // Without a selection: what cannot do harm, and nothing of the scan method.
+  host.Run([&](SimulatedUser& user) {
+    for (const int list : {IDC_ORIGINAL_SIZE, IDC_PLACEMENT, IDC_FEED_METHOD, IDC_ORIGINAL_QUALITY, IDC_SCAN_METHOD,
+                           IDC_SEND_SIZE, IDC_SCAN_COLOR}) {
+      user.Choose(list, -1);
+    }
+    user.Press(IDC_SCAN);
+  });
+  const std::map<PROPID, LONG> harmless = {{3100, 0},  {3097, 0},  {6157, 0}, {4103, 3},   {71693, 0},  {71694, 0},
+                                           {71696, 0}, {71695, 0}, {6154, 0}, {6147, 300}, {6148, 300}, {71697, 0}};
+  EXPECT_EQ(LastBatch(host), harmless);
 }
 
 // Each call that the opening makes fails in turn: the dialog opens all the same, and what still answers is used.
