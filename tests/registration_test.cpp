@@ -37,7 +37,7 @@ void ExpectUsableUntilUnregistered() {
   EXPECT_EQ(RegQueryValueW(HKEY_CLASSES_ROOT, kHandler, nullptr, nullptr), ERROR_SUCCESS);
   // In another apartment, an object of this one could not be reached: no proxy is known for its interface.
   for (const DWORD apartment : {COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED}) {
-    RunOnThread(static_cast<int>(apartment), 0x100000, [] {
+    RunOnThread(static_cast<int>(apartment), [] {
       platform::ComPtr<IWiaUIExtension2> extension;
       void** const out = reinterpret_cast<void**>(extension.GetAddressOf());
       ASSERT_EQ(CoCreateInstance(CLSID_WiaScanDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IWiaUIExtension2, out), S_OK);

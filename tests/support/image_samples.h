@@ -59,12 +59,12 @@ struct Picture : Gdiplus::Bitmap {
     const auto found = known.find(std::string{digit(color.GetR()), digit(color.GetG()), digit(color.GetB())});
     return found == std::string::npos ? '?' : known[found + 3];
   }
-  // The four corners row by row: "RGBY" as WriteQuadrants makes it.
-  std::string Corners() {
-    const int right = static_cast<int>(GetWidth()) - 1;
-    const int bottom = static_cast<int>(GetHeight()) - 1;
-    return {ColorAt(0, 0), ColorAt(right, 0), ColorAt(0, bottom), ColorAt(right, bottom)};
+  // Row by row, at the corners of this rectangle.
+  std::string ColorsAt(int left, int top, int right, int bottom) {
+    return {ColorAt(left, top), ColorAt(right, top), ColorAt(left, bottom), ColorAt(right, bottom)};
   }
+  // "RGBY" as WriteQuadrants makes it.
+  std::string Corners() { return ColorsAt(0, 0, static_cast<int>(GetWidth()) - 1, static_cast<int>(GetHeight()) - 1); }
 };
 
 }  // namespace harness

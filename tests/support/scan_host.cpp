@@ -33,11 +33,6 @@ void ExpectNoCallsTaken(simulator::SimulatedScanner& scanner) {
   scanner.ReleaseKept();
 }
 
-DWORD WINAPI CallBody(void* body) {
-  (*static_cast<const std::function<void()>*>(body))();
-  return 0;
-}
-
 }  // namespace
 
 std::filesystem::path LibraryPath() {
@@ -117,20 +112,6 @@ void ScanHost::FreeOutputs() {
   CoTaskMemFree(request.pbstrFilePaths);
   if (request.pWiaItem != nullptr) request.pWiaItem->Release();
   request = {};
-}
-
-void RunOnThread(int apartment, std::size_t stack, const std::function<void()>& body) {
-  const std::function<void()> inside = [&] {
-    const HRESULT initialised = apartment < 0 ? E_FAIL : CoInitializeEx(nullptr, static_cast<DWORD>(apartment));
-    body();
-    if (SUCCEEDED(initialised)) {
-      CoUninitialize();
-    }
-  };
-  const platform::Unique<HANDLE, &CloseHandle> thread(CreateThread(nullptr, stack, &CallBody,
-                                                                   const_cast<std::function<void()>*>(&inside),
-                                                                   STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr));
-  WaitForSingleObject(thread.get(), INFINITE);
 }
 
 }  // namespace harness

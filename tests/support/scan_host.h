@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/scoped.h"
@@ -61,7 +62,13 @@ class ScanHost {
   void FreeOutputs();
 };
 
-// Runs it on a new thread with COM of this kind (COINIT_...; -1: none), with a stack of so many bytes, and waits.
-void RunOnThread(int apartment, std::size_t stack, const std::function<void()>& body);
+// Runs it on a new thread with COM of this kind (COINIT_...; -1: none), and waits.
+inline void RunOnThread(int apartment, const std::function<void()>& body) {
+  std::thread([&] {
+    if (apartment >= 0) CoInitializeEx(nullptr, static_cast<DWORD>(apartment));
+    body();
+    if (apartment >= 0) CoUninitialize();
+  }).join();
+}
 
 }  // namespace harness

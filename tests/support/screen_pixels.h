@@ -11,7 +11,9 @@ namespace harness {
 struct PaneScreen {
   // pane: in screen pixels.
   explicit PaneScreen(const RECT& pane);
-  DWORD At(int x, int y) const { return pixels[static_cast<std::size_t>(y * width + x)]; }
+  DWORD At(int x, int y) const {
+    return pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)];
+  }
   // R, G, B, Y, k for the dark grey background, K for black, '?' for anything else.
   char Letter(int x, int y) const;
   bool HasBlackBorder() const;
