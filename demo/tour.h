@@ -20,7 +20,7 @@ bool SaveWindowPicture(HWND window, const std::wstring& path);
 // step that it happened, and keeps a picture of the screen: "<folder>\1-opened.png" and so on. Start it before the
 // dialog is opened. A step that does not happen within a minute fails the tour. A tour that does not come to the
 // scan closes the dialog.
-class Tour : ShownDialog {
+class Tour : private ShownDialog {
  public:
   using Report = std::function<void(const std::wstring&)>;
   static constexpr int kSteps = 8;

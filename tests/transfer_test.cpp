@@ -30,13 +30,6 @@ class Transfer : public testing::Test {
   ScanHost host;
 };
 
-// Asked by a message: from another thread it is answered after what that one reported.
-std::wstring TextIn(HWND statusBar) {
-  wchar_t text[64] = {};
-  SendMessageW(statusBar, SB_GETTEXTW, 0, reinterpret_cast<LPARAM>(text));
-  return text;
-}
-
 TEST_F(Transfer, ScanWithoutPreviewIsTheDevicesFile) {
   host.hostileContent = true;
   host.scanner->SetFaults({.streamContent = Content(9, 'x')});
@@ -199,10 +192,10 @@ TEST_F(Transfer, DeviceErrorsAreShownOnce) {
   }
   // The same code in a message of another kind is no error, and no percentage.
   host.Run([&](SimulatedUser& user) {
-    const auto hook = [&, statusBar = user.Control(IDC_STATUS_BAR)](const TransferPoint& point) {
+    const auto hook = [&](const TransferPoint& point) {
       if (point.stage != Stage::pageDone) return;
       for (const LONG message : {2L, 3L, 5L, 6L}) Report(message, 42, 0x800403EA);
-      EXPECT_FALSE(TextIn(statusBar).ends_with(L"42 %"));
+      EXPECT_FALSE(user.Status(0).ends_with(L"42 %"));
     };
     host.scanner->SetFaults({.keepCallback = true, .hook = hook});
     user.Press(IDC_SCAN);
@@ -217,10 +210,9 @@ TEST_F(Transfer, ProgressIsShownAtOnceAndGoesOnEveryPath) {
     plan.keepCallback = true;
     plan.streamContent = Quadrants(90, 90, 100, 100);
     host.Run([&](SimulatedUser& user) {
-      const HWND statusBar = user.Control(IDC_STATUS_BAR);
       const auto look = [&, elsewhere = plan.callbacksOnAnotherThread] {
-        seen.push_back(TextIn(statusBar));
-        EXPECT_TRUE(elsewhere || !GetUpdateRect(statusBar, nullptr, FALSE)) << "not painted yet";
+        seen.push_back(user.Status(0));  // from another thread: answered after what that one reported
+        EXPECT_TRUE(elsewhere || !GetUpdateRect(user.Control(IDC_STATUS_BAR), nullptr, FALSE)) << "not painted yet";
       };
       plan.hook = [&](const TransferPoint& point) {
         if (point.stage == Stage::start || point.stage == Stage::streamOpened) look();
@@ -234,7 +226,7 @@ TEST_F(Transfer, ProgressIsShownAtOnceAndGoesOnEveryPath) {
       };
       host.scanner->SetFaults(plan);
       user.Press(IDC_PREVIEW);
-      EXPECT_EQ(TextIn(statusBar), L"");
+      EXPECT_EQ(user.Status(0), L"");
     });
     host.scanner->SetFaults({});
     return seen;
