@@ -103,7 +103,9 @@ void SCAN_DIALOG::ShowProgress(int percent) noexcept {
     StringCchCatW(text.characters, LocalText::kCapacity, L" ");
   }
   StringCchCatW(text.characters, LocalText::kCapacity, number);
-  StringCchCatW(text.characters, LocalText::kCapacity, L" %");
+  // The mark keeps the sign behind its number where the text is read from the right, but a status bar from the left, as
+  // Wine's does in a mirrored dialog.
+  StringCchCatW(text.characters, LocalText::kCapacity, m_bRightToLeft ? L" %\x200F" : L" %");
   ShowProgressText(text.characters);
 }
 
