@@ -265,6 +265,7 @@ TEST_F(Transfer, CommandsDuringATransfer) {
       }
       user.Send(WM_CLOSE);
       user.Drag(9, 9, 30, 30);
+      EXPECT_EQ(GetCursor(), busy);
       user.Settle();
       EXPECT_TRUE(user.IsShown());
       EXPECT_EQ(overButton(arrow), busy);
@@ -306,6 +307,9 @@ TEST(TransferCallback, ComRules) {
   EXPECT_EQ(callback->TakeFiles().at(0), folder.File(L"p.JPG"));
   stream.Reset();
   EXPECT_TRUE(MoveFileW(folder.File(L"p.JPG").c_str(), folder.File(L"q.JPG").c_str())) << "let go at the page's end";
+  const std::wstring longest = folder.File(std::wstring(MAX_PATH - 1 - folder.File(L"").size(), L'n'));
+  std::ofstream(std::filesystem::path(longest)) << "x";
+  EXPECT_TRUE(FAILED(MakeCallback(longest)->GetNextStream(0, nullptr, nullptr, &stream))) << "no room for a number";
 }
 
 struct Box {
