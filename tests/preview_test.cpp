@@ -195,7 +195,10 @@ TEST_F(Preview, TheNineByNineCornerResizes) {
 }
 
 TEST_F(Preview, ADragThatLostItsReleaseIsFinished) {
-  const SimulatedUser::Task ends[] = {[](SimulatedUser& user) { user.Point(WM_LBUTTONDOWN, 30, 30); },
+  const SimulatedUser::Task ends[] = {[](SimulatedUser& user) {
+                                        user.Point(WM_MOUSEMOVE, 80, 60);  // Wine 10 told of the real pointer
+                                        user.Point(WM_LBUTTONDOWN, 30, 30);
+                                      },
                                       [](SimulatedUser& user) { user.Press(IDC_TOOL_ZOOM); },
                                       [](SimulatedUser& user) { user.Press(IDM_ROTATE_UPSIDE_DOWN); },
                                       [](SimulatedUser& user) { user.Scroll(IDC_VERTICAL_SCROLL, SB_PAGEDOWN); },
