@@ -31,7 +31,7 @@ struct Effort {
   std::size_t everyPlatformCall = thorough ? 1 : 17;
   std::size_t everyAllocation = thorough ? 5 : 47;
   std::size_t first = thorough ? static_cast<std::size_t>(GetTickCount64()) : 0;
-  int mutations = thorough ? 3000 : 40;
+  int mutations = thorough ? 1500 : 40;
   int monkeyEvents = thorough ? 8000 : 400;
   int warmUp = thorough ? 20 : 6;
   int cycles = thorough ? 100 : 12;
