@@ -299,21 +299,23 @@ void ActAtRandom(const SimulatedUser& user, std::mt19937& random) {
   if (user.IsShown()) user.Settle();
 }
 
-// What must hold at rest after every event, as far as the user can see it.
+// What must hold after every event, as far as the user can see it.
 std::string Broken(const SimulatedUser& user) {
   std::string wrong;
   if (!user.IsEnabled(IDC_PREVIEW_PANE))
     return (user.Status(1) + user.Status(2)).empty() ? wrong : "readout of no page; ";
   const preview::Rect frame = user.Frame();
-  if (user.Status(1).empty() != user.Status(2).empty()) wrong += "half a readout; ";
+  // A press shows where a frame begins, before a movement says how large it is.
+  if (user.Status(1).empty() && !user.Status(2).empty()) wrong += "size of a frame that is nowhere; ";
   if (frame.hasArea() && std::min(frame.width(), frame.height()) < preview::kMinimumSideMm - 1)
     wrong += "frame too small; ";
-  for (const int bar : {IDC_HORIZONTAL_SCROLL, IDC_VERTICAL_SCROLL}) {
-    const SCROLLINFO info = user.Bar(bar);
-    const int pane = bar == IDC_HORIZONTAL_SCROLL ? user.PaneSize().cx : user.PaneSize().cy;
-    const int last = info.nMax - static_cast<int>(pane / (user.ZoomPercent() * 0.0012));
-    if (info.nPos > std::max(last, 0)) wrong += "offset not clamped; ";
-  }
+  // A page that is larger than the pane fills it.
+  const PaneScreen pane = user.Pane();
+  const double scale = preview::ScaleOfPercent(user.ZoomPercent());
+  if (user.Bar(IDC_HORIZONTAL_SCROLL).nMax * scale > pane.width && pane.Letter(pane.width - 4, 2) == 'k')
+    wrong += "scrolled beyond the right edge; ";
+  if (user.Bar(IDC_VERTICAL_SCROLL).nMax * scale > pane.height && pane.Letter(2, pane.height - 4) == 'k')
+    wrong += "scrolled beyond the bottom; ";
   return wrong;
 }
 
