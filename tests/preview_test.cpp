@@ -195,14 +195,20 @@ TEST_F(Preview, TheNineByNineCornerResizes) {
 }
 
 TEST_F(Preview, ADragThatLostItsReleaseIsFinished) {
-  const SimulatedUser::Task ends[] = {[](SimulatedUser& user) {
-                                        user.Point(WM_MOUSEMOVE, 80, 60);  // Wine 10 told of the real pointer
-                                        user.Point(WM_LBUTTONDOWN, 30, 30);
-                                      },
-                                      [](SimulatedUser& user) { user.Press(IDC_TOOL_ZOOM); },
-                                      [](SimulatedUser& user) { user.Press(IDM_ROTATE_UPSIDE_DOWN); },
-                                      [](SimulatedUser& user) { user.Scroll(IDC_VERTICAL_SCROLL, SB_PAGEDOWN); },
-                                      [](SimulatedUser& user) { user.Scroll(IDC_VERTICAL_SCROLL, SB_ENDSCROLL); }};
+  // A movement first: Wine 10 told of the real pointer. Deactivated: another window's handle stands where a press has
+  // its position.
+  const auto press = [](SimulatedUser& user, UINT message) {
+    user.Point(WM_MOUSEMOVE, 80, 60);
+    user.Point(message, 30, 30);
+  };
+  const SimulatedUser::Task ends[] = {
+      [&press](SimulatedUser& user) { press(user, WM_LBUTTONDOWN); },
+      [&press](SimulatedUser& user) { press(user, WM_ACTIVATE); },
+      [](SimulatedUser& user) { user.Press(IDC_TOOL_ZOOM); },
+      [](SimulatedUser& user) { user.Press(IDM_ROTATE_UPSIDE_DOWN); },
+      [](SimulatedUser& user) { user.Scroll(IDC_VERTICAL_SCROLL, SB_PAGEDOWN); },
+      [](SimulatedUser& user) { user.Scroll(IDC_VERTICAL_SCROLL, SB_ENDSCROLL); },
+  };
   Framing([&](SimulatedUser& user) {
     for (const auto& end : ends) {
       user.Choose(IDC_ZOOM_LIST, kZoom400);
@@ -293,6 +299,12 @@ TEST_F(Preview, PointerAndButtonsShowWhatAClickDoes) {
       user.Point(WM_MOUSEMOVE, 30, 30);
       EXPECT_EQ(GetCapture(), nullptr) << "no tool is current";
     }
+    user.Press(IDC_TOOL_PAN);
+    const HWND other = CreateWindowW(L"STATIC", L"", WS_VISIBLE, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
+    SetActiveWindow(other);
+    user.Point(WM_MOUSEMOVE, 30, 30);
+    EXPECT_EQ(GetCapture(), nullptr) << "another window is active";
+    DestroyWindow(other);
     for (const auto& [part, id] : {std::pair{1, IDI_AREA_POSITION}, {2, IDI_AREA_SIZE}}) {
       EXPECT_EQ(PixelsOf(reinterpret_cast<HICON>(user.Ask(IDC_STATUS_BAR, SB_GETICON, static_cast<WPARAM>(part)))),
                 PictureOf(id, 16));

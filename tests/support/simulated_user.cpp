@@ -100,7 +100,7 @@ void SimulatedUser::Point(UINT message, int x, int y) const {
   const RECT pane = Area(IDC_PREVIEW_PANE);
   POINT point = {pane.left + x, pane.top + y};
   MapWindowPoints(nullptr, m_dialog, &point, 1);
-  Send(message, message == WM_LBUTTONUP ? 0 : MK_LBUTTON, MAKELPARAM(point.x, point.y));
+  Send(message, message == WM_MOUSEMOVE || message == WM_LBUTTONDOWN ? MK_LBUTTON : 0, MAKELPARAM(point.x, point.y));
 }
 
 void SimulatedUser::Drag(int fromX, int fromY, int toX, int toY) const {
