@@ -1,7 +1,6 @@
-// The string tables and pictures that the built library carries, and whether every text fits its control.
+// The string tables that the built library carries, and whether every text fits its control.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <set>
 
 #include "core/settings_catalogue.h"
@@ -31,11 +30,6 @@ std::wstring Text(int id, int language) {
   wchar_t text[256] = {};
   LANG_RESOURCE(Library()).GetTextW(static_cast<UINT>(id), text, 256, static_cast<std::uint32_t>(language));
   return text;
-}
-
-const WORD* Picture(LPCWSTR type, int id) {
-  const HRSRC found = FindResourceExW(Library(), type, MAKEINTRESOURCEW(id), kEnglish);
-  return static_cast<const WORD*>(LockResource(LoadResource(Library(), found)));
 }
 
 // What a control has left beside its text, in pixels; negative: the text is cut. Measured in the control's font as the
@@ -116,34 +110,6 @@ TEST(StringTables, EveryVisibleTextFitsItsControl) {
       }
     }
   });
-}
-
-// In the size of each place in the dialog at 96, 144 and 192 dots per inch: the platform would scale others.
-TEST(StringTablesPictures, ArePresentInTheirSizes) {
-  const std::pair<int, Numbers> places[] = {
-      {16, {IDI_AREA_SIZE, IDI_AREA_POSITION, IDI_PAN, IDI_PANNING, IDI_ZOOM_IN, IDI_ZOOM_OUT}},
-      {20, {IDI_TOOL_SELECT, IDI_ROTATE_RIGHT, IDI_PAN, IDI_ZOOM_IN, IDI_ZOOM_OUT}},
-      {32, {IDI_BRIGHTNESS_LOW, IDI_BRIGHTNESS_HIGH}}};
-  for (const auto& [side, icons] : places) {
-    for (const int id : icons) {
-      const WORD* group = Picture(RT_GROUP_ICON, id);
-      Numbers missing = {side, side * 3 / 2, side * 2};
-      for (int i = 0; i < group[2]; ++i) {
-        const auto* image = reinterpret_cast<const BITMAPINFOHEADER*>(Picture(RT_ICON, group[3 + 7 * i + 6]));
-        missing.erase(image->biWidth);
-        if (image->biWidth != 20) continue;
-        // A disabled button shows its icon as the silhouette of the opaque pixels, which must not be a block.
-        const auto* pixels = reinterpret_cast<const RGBQUAD*>(image + 1);
-        const auto opaque = std::count_if(pixels, pixels + 400, [](RGBQUAD p) { return p.rgbReserved >= 128; });
-        EXPECT_TRUE(opaque > 60 && opaque < 240) << id << ": " << opaque;
-      }
-      EXPECT_TRUE(missing.empty()) << id;
-    }
-  }
-  for (const auto& [id, hotSpot] : {std::pair(IDC_CURSOR_CROSS, 15), std::pair(IDC_CURSOR_SIZE_NWSE, 5)}) {
-    const WORD* image = Picture(RT_CURSOR, Picture(RT_GROUP_CURSOR, id)[9]);
-    EXPECT_TRUE(image[0] == hotSpot && image[1] == hotSpot) << id;
-  }
 }
 
 }  // namespace
