@@ -25,20 +25,19 @@ TEST(PageEdit, TruncatesSizeAndOriginSeparately) {
 TEST(PageEdit, RefusesWhatNoFileCanHold) {
   const double nan = std::nan("");
   const double infinite = HUGE_VAL;
-  for (const auto& frame : std::initializer_list<std::array<double, 6>>{{300, 300, 5, 5, 5, 9},
-                                                                        {300, 300, 5, 9, 9, 5},
-                                                                        {300, 300, 0, 0, 0.08, 9},
-                                                                        {0, 300, 0, 0, 9, 9},
-                                                                        {300, 0.9, 0, 0, 9, 9},
-                                                                        {nan, 300, 0, 0, 9, 9},
-                                                                        {-300, -300, 9, 9, 0, 0},
-                                                                        {300, 300, nan, 0, 9, 9},
-                                                                        {300, 300, 0, 0, 9, infinite},
-                                                                        {300, 300, -1e308, 0, 1e308, 9},
-                                                                        {300, 300, 0, 0, 5546, 9},
-                                                                        {65535, 65535, 0, 0, 25, 25}}) {
-    EXPECT_FALSE(page::CutOfFrame(frame[0], frame[1], {frame[2], frame[3], frame[4], frame[5]}))
-        << testing::PrintToString(frame);
+  for (const auto& [dpiX, dpiY, x, y, right, bottom] :
+       std::initializer_list<std::array<double, 6>>{{300, 300, 5, 5, 5, 9},
+                                                    {300, 300, 0, 0, 0.08, 9},
+                                                    {0, 300, 0, 0, 9, 9},
+                                                    {300, 0.9, 0, 0, 9, 9},
+                                                    {nan, 300, 0, 0, 9, 9},
+                                                    {-300, -300, 9, 9, 0, 0},
+                                                    {300, 300, nan, 0, 9, 9},
+                                                    {300, 300, 0, 0, 9, infinite},
+                                                    {300, 300, -1e308, 0, 1e308, 9},
+                                                    {300, 300, 0, 0, 5546, 9},
+                                                    {65535, 65535, 0, 0, 25, 25}}) {
+    EXPECT_FALSE(page::CutOfFrame(dpiX, dpiY, {x, y, right, bottom})) << dpiX << ": " << x << " to " << right;
   }
 }
 
