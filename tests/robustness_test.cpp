@@ -32,7 +32,7 @@ struct Effort {
   std::size_t everyAllocation = thorough ? 5 : 47;
   std::size_t first = thorough ? static_cast<std::size_t>(GetTickCount64()) : 0;
   int mutations = thorough ? 1500 : 40;
-  int monkeyEvents = thorough ? 8000 : 400;
+  int monkeyEvents = thorough ? 6000 : 400;
   int warmUp = thorough ? 20 : 4;
   int cycles = thorough ? 40 : 9;
   int pages = thorough ? 500 : 50;  // of one transfer
