@@ -277,6 +277,8 @@ TEST_F(Preview, PointerAndButtonsShowWhatAClickDoes) {
           {IDM_ZOOM_IN, PictureOf(IDI_ZOOM_IN, 16), PictureOf(IDI_ZOOM_IN, 16)},
           {IDC_TOOL_PAN, hand, PictureOf(IDI_PANNING, 16)}}) {
       user.Press(tool);
+      const bool zooms = tool == IDM_ZOOM_OUT || tool == IDM_ZOOM_IN;
+      EXPECT_EQ(GetFocus(), user.Control(zooms ? IDC_TOOL_ZOOM : tool)) << "as if it had been clicked";
       if (tool == IDM_ZOOM_OUT) EXPECT_EQ(buttonShows(IDC_TOOL_ZOOM), PictureOf(IDI_ZOOM_OUT, 20));
       if (tool == IDM_ZOOM_IN) EXPECT_EQ(buttonShows(IDC_TOOL_ZOOM), PictureOf(IDI_ZOOM_IN, 20));
       user.Point(WM_MOUSEMOVE, 30, 30);
