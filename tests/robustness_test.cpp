@@ -222,11 +222,11 @@ TEST_F(Robustness, HostileDevice) {
   run("keeps its streams", {}, {.keepStreams = true});
   run("keeps the callback", {}, {.keepCallback = true});
   for (const bool thread : {false, true}) {
-    for (const DWORD code : {0x800403EAUL, 0xFFFFFFFFUL}) {
-      const auto status = static_cast<HRESULT>(code);
-      run("status", {}, {.statuses = {{status, 30, false}}, .callbacksOnAnotherThread = thread});
-      run("stop", {}, {.statuses = {{status, 30, true}}, .callbacksOnAnotherThread = thread});
-    }
+    run("tells and goes on", {},
+        {.statuses = {{static_cast<HRESULT>(0x800403EA), 30, false}}, .callbacksOnAnotherThread = thread});
+  }
+  for (const auto lie : {CallFault::Kind::wrongType, CallFault::Kind::wrongCount}) {
+    run("lies", {}, {.calls = {{.call = 1, .kind = lie, .result = S_OK, .fromThenOn = true}}});
   }
 }
 
