@@ -128,7 +128,8 @@ bool Tour::WaitForDialog() {
 
 bool Tour::TakePreview() {
   Click(IDC_PREVIEW);
-  return Wait([this] { return IsEnabled(IDC_PREVIEW_PANE); });
+  // The pane is enabled before the page is drawn. Who asks for the progress waits until the dialog's thread is done.
+  return Wait([this] { return IsEnabled(IDC_PREVIEW_PANE) && Status(0).empty(); });
 }
 
 bool Tour::ZoomIn() {
