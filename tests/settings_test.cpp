@@ -68,12 +68,16 @@ TEST(Settings, CapabilitiesDecideTheLists) {
   };
   for (const auto& [device, feeder, beyond300] : devices) {
     ScanHost host(device);
+    host.scanner->SetFaults({.streamContent = Quadrants(90, 90, 100, 100)});
     host.Run([&](SimulatedUser& user) {
       Texts resolutions = {L"200x200 dpi", L"300x300 dpi"};
       resolutions.insert(resolutions.end(), beyond300.begin(), beyond300.end());
       EXPECT_EQ(user.Entries(IDC_RESOLUTION), resolutions);
       EXPECT_EQ(user.IsEnabled(IDC_FEED_METHOD), feeder);
       EXPECT_EQ(user.Selected(IDC_FEED_METHOD), feeder ? 0 : kPlaten);
+      user.Choose(IDC_RESOLUTION, static_cast<int>(resolutions.size()) - 1);
+      user.Press(IDC_SCAN);
+      EXPECT_EQ(LastBatch(host)[6147], std::stoi(resolutions.back()));
     });
   }
 }
