@@ -272,12 +272,13 @@ TEST_F(Transfer, CommandsDuringATransfer) {
       EXPECT_EQ(GetCursor(), busy);
       user.Settle();
       EXPECT_TRUE(user.IsShown());
+      EXPECT_EQ(user.Frame(), frame) << "turned, or drawn anew";
       EXPECT_EQ(overButton(arrow), busy);
     };
-    EXPECT_EQ(overButton(busy), arrow);
     host.scanner->SetFaults({.streamContent = Quadrants(1700, 2200, 200, 200), .hook = meddle});
     user.Press(IDC_PREVIEW);
     EXPECT_EQ(GetCursor(), arrow);
+    EXPECT_EQ(overButton(busy), arrow);
     user.Press(IDC_TOOL_SELECT);
     user.Drag(24, 24, 84, 60);
     frame = user.Frame();
