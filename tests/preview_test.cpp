@@ -328,6 +328,13 @@ TEST_F(Preview, ZoomClicksCentreAndPanFollows) {
       user.Press(direction);
       user.Click(90, 120);
       EXPECT_EQ(user.ZoomPercent(), zoomed);
+      // Wine 8 leaves out the first row of a picture at some offsets.
+      const auto belowFirstRow = [](const PaneScreen& pane) {
+        return std::vector(pane.pixels.begin() + std::ptrdiff_t{2} * pane.width, pane.pixels.end());
+      };
+      const auto shown = belowFirstRow(user.Pane());
+      Repaint(user);
+      EXPECT_TRUE(belowFirstRow(user.Pane()) == shown) << "the frame stood at the old scale";
       const auto offset = [&, percent = zoomed](int clicked, int pane, int image) {
         const double half = pane / (2 * percent * kScaleOfOnePercent);
         const int centred = static_cast<int>(static_cast<int>(clicked / before) - half);
