@@ -415,7 +415,12 @@ TEST_F(Preview, WithoutAPreviewNothingIsDrawnAndNothingCanBeDone) {
     EXPECT_EQ(user.Frame(), Rect{});
     EXPECT_EQ(user.Selected(IDC_ZOOM_LIST), kZoom100);
     EXPECT_EQ(user.Pane().Letter(20, 20), '?') << "the old page stands";
+    user.Press(IDM_ROTATE_RIGHT);  // from the menu, which a disabled button has too
+    host.scanner->SetFaults({.streamContent = Quadrants(90, 90, 100, 100)});
+    user.Press(IDC_SCAN);
   });
+  const GdiPlus session;
+  EXPECT_EQ(Picture(host.Reported()).Corners(), "RGBY") << "turned as no preview was";
 }
 
 TEST_F(Preview, ContextMenusOfTheToolButtons) {

@@ -55,7 +55,10 @@ void SCAN_DIALOG::RotatePreview(HWND hDlg, int command) {
   if (hasFrame) {
     RotateSelection(command);
   }
-  m_nRotation = (m_nRotation + page::DegreesOf(TurnOf(command))) % 360;
+  // The menu opens on a disabled button, too: without a preview nothing is turned, and neither is the scan then.
+  if (HasPreview()) {
+    m_nRotation = (m_nRotation + page::DegreesOf(TurnOf(command))) % 360;
+  }
   if (!hasFrame) {
     ClearAreaReadout();
     DrawPaneBorder(platform::WindowDC(hDlg).get());
