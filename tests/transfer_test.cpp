@@ -199,6 +199,7 @@ TEST_F(Transfer, DeviceErrorsAreShownOnce) {
     const auto hook = [&](const TransferPoint& point) {
       if (point.stage != Stage::pageDone) return;
       for (const LONG message : {2L, 3L, 5L, 6L}) Report(message, 42, 0x800403EA);
+      user.Send(WM_APP + 77, 42);  // the application's own
       EXPECT_FALSE(user.Status(0).ends_with(L"42 %"));
     };
     host.scanner->SetFaults({.keepCallback = true, .hook = hook});
@@ -253,11 +254,10 @@ TEST_F(Transfer, CommandsDuringATransfer) {
   int meddled = 0;
   Rect frame;
   host.Run([&](SimulatedUser& user) {
-    // The pointer that is asked for over a button when another is shown.
-    const auto overButton = [&user](HCURSOR shown) {
+    // The pointer that is asked for over a window when another is shown.
+    const auto over = [](HWND window, HCURSOR shown) {
       SetCursor(shown);
-      const HWND button = user.Control(IDC_SCAN);
-      SendMessageW(button, WM_SETCURSOR, reinterpret_cast<WPARAM>(button), MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
+      SendMessageW(window, WM_SETCURSOR, reinterpret_cast<WPARAM>(window), MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
       return GetCursor();
     };
     const auto meddle = [&](const TransferPoint&) {
@@ -273,12 +273,12 @@ TEST_F(Transfer, CommandsDuringATransfer) {
       user.Settle();
       EXPECT_TRUE(user.IsShown());
       EXPECT_EQ(user.Frame(), frame) << "turned, or drawn anew";
-      EXPECT_EQ(overButton(arrow), busy);
+      EXPECT_EQ(over(user.Control(IDC_SCAN), arrow), busy);
     };
     host.scanner->SetFaults({.streamContent = Quadrants(1700, 2200, 200, 200), .hook = meddle});
     user.Press(IDC_PREVIEW);
     EXPECT_EQ(GetCursor(), arrow);
-    EXPECT_EQ(overButton(busy), arrow);
+    for (const HWND window : {user.Control(IDC_SCAN), user.Dialog()}) EXPECT_EQ(over(window, busy), arrow);
     user.Press(IDC_TOOL_SELECT);
     user.Drag(24, 24, 84, 60);
     frame = user.Frame();
